@@ -1,0 +1,30 @@
+#include "Vondrel/Utilities/Exceptions/TraceGuard.h"
+
+#include "Vondrel/Utilities/Exceptions/ExceptionAdapter.h"
+#include "Vondrel/Utilities/Exceptions/StdExceptionConverter.h"
+
+#include <cxxabi.h>
+
+namespace Vondrel::Utilities::Exceptions {
+
+void TraceAndRethrow(const char* className, const char* methodName, const char* file, int line)
+{
+    try {
+        throw;
+    } catch (abi::__forced_unwind&) {
+        throw;
+    } catch (TraceableException& e) {
+        try {
+            e.Trace().push_back(MakeLocation(className, methodName, file, line));
+        } catch (const std::bad_alloc&) {
+            // The failure itself matters more than one line of its trace.
+        }
+        throw;
+    } catch (const std::exception& e) {
+        StdExceptionConverter(MakeLocation(className, methodName, file, line)).Rethrow(e);
+    } catch (...) {
+        throw RuntimeException("unkown exception caught", MakeLocation(className, methodName, file, line));
+    }
+}
+
+}

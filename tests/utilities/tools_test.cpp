@@ -1,0 +1,192 @@
+#include "Vondrel/Utilities/Tools/LexicalCast.h"
+#include "Vondrel/Utilities/Tools/SmartPointer.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <locale>
+#include <optional>
+#include <random>
+#include <sstream>
+
+using namespace Vondrel::Utilities::Tools;
+using testing::HasSubstr;
+using Vondrel::Utilities::Exceptions::NullPointerException;
+
+namespace {
+
+template<typename To>
+std::optional<To> Cast(const std::string& text)
+{
+    try {
+        return lexical_cast<To>(text);
+    } catch (const std::invalid_argument&) {
+        return std::nullopt;
+    }
+}
+
+template<typename To>
+std::optional<To> Extract(const std::string& text)
+{
+    std::istringstream stream(text);
+    stream.imbue(std::locale::classic());
+    To value;
+    return stream >> value ? std::optional<To>(value) : std::nullopt;
+}
+
+template<typename From>
+std::string Insert(From value)
+{
+    std::ostringstream stream;
+    stream.imbue(std::locale::classic());
+    stream << value;
+    return stream.str();
+}
+
+/// Decimal comma and points between thousands.
+struct CommaPunctuation : std::numpunct<char> {
+    char do_decimal_point() const override { return ','; }
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\3"; }
+};
+
+struct Counted {
+    explicit Counted(int& count_) : count(count_) { ++count; }
+    virtual ~Counted() { --count; }
+    int& count;
+};
+
+struct CountedMore : Counted {
+    using Counted::Counted;
+};
+
+}
+
+TEST(LexicalCast, ReadsAnUnsignedShortAsAStreamDoes)
+{
+    const struct {
+        const char* text;
+        std::optional<std::uint16_t> value;
+    } cases[] = {
+        {"12", 12},  {"12ab", 12},  {" 12", 12},         {"12.9", 12},     {"+12", 12},   {"1e3", 1}, {"0x10", 0},
+        {"010", 10}, {"-1", 65535}, {"-63527", 2009},    {"65535", 65535}, {"65536", {}}, {"", {}},   {"x", {}},
+        {"-", {}},   {" ", {}},     {"99999999999", {}}, {"-65536", {}},   {"\t7", 7},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(c.value, Cast<std::uint16_t>(c.text)) << c.text;
+}
+
+TEST(LexicalCast, ReadsALongAsThirtyTwoBits)
+{
+    EXPECT_EQ(2147483647L, Cast<long>("2147483647"));
+    EXPECT_EQ(-2147483648L, Cast<long>("-2147483648"));
+    EXPECT_EQ(std::nullopt, Cast<long>("2147483648"));
+    EXPECT_EQ(std::nullopt, Cast<long>("-2147483649"));
+}
+
+TEST(LexicalCast, ReadsFloatsAsAStreamDoes)
+{
+    for (const char* text :
+         {"1.5",   "-0",    "+2.5",         " 3",  "1e3",  "1E-3",     "1e",    "1e+",       ".5",
+          "5.",    ".",     "1.2.3",        "inf", "nan",  "infinity", "0x1p3", "1e39",      "-1e39",
+          "1e-50", "1e-45", "3.4028235e38", "1,5", "7 mm", "",         "0.1",   "123456789", "1.17549421e-38"})
+        EXPECT_EQ(Extract<float>(text), Cast<float>(text)) << text;
+}
+
+TEST(LexicalCast, WritesNumbersAsAStreamDoes)
+{
+    enum Pipe { control, bulkIn };
+    EXPECT_EQ("1", lexical_cast<std::string>(bulkIn));
+    EXPECT_EQ("-2147483648", lexical_cast<std::string>(std::numeric_limits<std::int32_t>::min()));
+    EXPECT_EQ("4294967295", lexical_cast<std::string>(std::uint32_t(4294967295)));
+    EXPECT_EQ("65535", lexical_cast<std::string>(std::uint16_t(65535)));
+
+    for (const float value : {0.0F, -0.0F, 1.0F, 0.1F, 100.0F, 123456.0F, 1234567.0F, 1e-5F, 0.0001F, 95.047F, 1e20F,
+                              1.17549435e-38F, 3.4028235e38F, INFINITY, -INFINITY, NAN, -NAN})
+        EXPECT_EQ(Insert(value), lexical_cast<std::string>(value));
+
+    std::mt19937 random(7);
+    for (int i = 0; i < 20000; ++i) {
+        const float value = std::bit_cast<float>(static_cast<std::uint32_t>(random()));
+        ASSERT_EQ(Insert(value), lexical_cast<std::string>(value));
+    }
+}
+
+TEST(LexicalCast, IgnoresTheApplicationsLocale)
+{
+    const std::locale before = std::locale::global(std::locale(std::locale::classic(), new CommaPunctuation));
+    const auto read = Cast<float>(" 1.5");
+    const auto tail = Cast<long>("1.234x");
+    const std::string written = lexical_cast<std::string>(1234567) + " " + lexical_cast<std::string>(0.5F);
+    std::locale::global(before);
+    EXPECT_EQ(1.5F, read);
+    EXPECT_EQ(1, tail);
+    EXPECT_EQ("1234567 0.5", written);
+}
+
+TEST(LexicalCast, NamesTextAndTypesInItsRefusal)
+{
+    try {
+        lexical_cast<long>("x");
+        FAIL();
+    } catch (const std::invalid_argument& e) {
+        EXPECT_STREQ("lexical_cast(): fail to convert 'x' from char const* to long", e.what());
+    }
+}
+
+TEST(SmartPointer, DeletesThePointeeOnceWithItsLastOwner)
+{
+    int alive = 0;
+    {
+        SmartPointer<Counted> first(new CountedMore(alive));
+        {
+            SmartPointer<Counted> second(first);
+            SmartPointer<Counted> third;
+            third = second;
+            third = third;
+            first = 0;
+            EXPECT_FALSE(first.IsValid());
+            EXPECT_EQ(1, alive);
+            first = third;
+        }
+        EXPECT_EQ(1, alive);
+        first = SmartPointer<Counted>(new Counted(alive));
+        EXPECT_EQ(1, alive);
+        const SmartPointer<CountedMore> derived(new CountedMore(alive));
+        first = derived;
+        EXPECT_EQ(1, alive);
+        SmartPointer<Counted> moved(std::move(first));
+        EXPECT_FALSE(first.IsValid());
+        EXPECT_EQ(&*derived, &*moved);
+    }
+    EXPECT_EQ(0, alive);
+}
+
+TEST(SmartPointer, RefusesToBeUsedWhileEmpty)
+{
+    const SmartPointer<std::string> empty(0);
+    EXPECT_FALSE(empty.IsValid());
+    try {
+        empty->size();
+        FAIL();
+    } catch (const NullPointerException& e) {
+        EXPECT_THAT(e.what(), testing::MatchesRegex("accessed null pointer \\(std::.*string.*\\)"));
+        EXPECT_THAT(e.Trace(),
+                    testing::ElementsAre(testing::StartsWith("SmartPointer<T>::operator->(): Vondrel/Utilities/"
+                                                             "Tools/SmartPointer.h:")));
+    }
+    EXPECT_THROW(*empty, NullPointerException);
+}
+
+TEST(SmartPointer, TakesNoNumberButZero)
+{
+    SmartPointer<int> pointer(new int(3));
+    EXPECT_THROW(pointer = 5, std::invalid_argument);
+    EXPECT_EQ(3, *pointer);
+    pointer = 0;
+    EXPECT_FALSE(pointer.IsValid());
+}
