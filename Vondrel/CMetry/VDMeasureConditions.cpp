@@ -1,0 +1,218 @@
+#include "Vondrel/CMetry/VDMeasureConditions.h"
+
+#include "Vondrel/CMetry/CMetryException.h"
+#include "Vondrel/CMetry/MeasureConditionTranslator.h"
+#include "Vondrel/CMetry/VDSpectrum.h"
+#include "Vondrel/Utilities/Exceptions/TraceGuard.h"
+#include "Vondrel/Utilities/Tools/LexicalCast.h"
+#include "Vondrel/Utilities/Tools/SmartPointer.h"
+
+#include <algorithm>
+
+namespace Vondrel::CMetry {
+
+namespace {
+
+const char* const className = "VDMeasureConditions";
+
+using Translator = MeasureConditionTranslator;
+
+const std::vector<std::string>& KnownSpectrumTypes()
+{
+    static const auto& types = VDMeasureConditions::GetSupportedValues(Keys::SpectrumType);
+    return types;
+}
+
+std::string FirstSupported(std::string_view key)
+{
+    return VDMeasureConditions::GetSupportedValues(key).front();
+}
+
+}
+
+struct VDMeasureConditions::Extras {
+    std::map<std::string, std::string, std::less<>> customConditions{{std::string(Keys::CustomCondition), "Disable"}};
+    std::string spectrumType; // counts where none of the supported ones is set
+    Utilities::Tools::SmartPointer<VDSpectrum> userdefinedIllumination;
+
+    bool AreDefault() const
+    {
+        return !userdefinedIllumination.IsValid() && spectrumType.empty() && customConditions.size() == 1
+            && customConditions.begin()->second == "Disable";
+    }
+};
+
+const VDMeasureConditions::Extras& VDMeasureConditions::GetExtras() const
+{
+    static const Extras none;
+    return extras ? *extras : none;
+}
+
+template<typename Change>
+void VDMeasureConditions::ChangeExtras(Change change)
+{
+    auto changed = std::make_shared<Extras>(GetExtras());
+    change(*changed);
+    if (changed->AreDefault())
+        extras.reset();
+    else
+        extras = std::move(changed);
+}
+
+bool VDMeasureConditions::operator==(const VDMeasureConditions& other) const
+{
+    if (colorSpace != other.colorSpace || illumination != other.illumination || observer != other.observer
+        || whiteBase != other.whiteBase || densityStandard != other.densityStandard
+        || densityFilterMode != other.densityFilterMode || deltaEFormula != other.deltaEFormula
+        || physicalFilter != other.physicalFilter || vectorKind != other.vectorKind)
+        return false;
+    if (extras == other.extras)
+        return spectrumType == other.spectrumType;
+    if (GetSpectrumType() != other.GetSpectrumType())
+        return false;
+    const VDSpectrum* const mine = UserdefinedIlluminationAddress();
+    const VDSpectrum* const theirs = other.UserdefinedIlluminationAddress();
+    return mine == theirs || (mine != nullptr && theirs != nullptr && *mine == *theirs);
+}
+
+void VDMeasureConditions::SetMeasureCondition(const std::string& key, const std::string& value)
+try {
+    if (key == Keys::PhysicalFilter)
+        physicalFilter = Translator::GetPhysicalFilter(value);
+    else if (key == Keys::Observer)
+        observer = Translator::GetObserver(value);
+    else if (key == Keys::Illumination)
+        SetIllumination(Translator::GetIllumination(value));
+    else if (key == Keys::WhiteBase)
+        whiteBase = Translator::GetWhiteBase(value);
+    else if (key == Keys::DensityStandard)
+        densityStandard = Translator::GetDensityStandard(value);
+    else if (key == Keys::DensityFilterMode)
+        densityFilterMode = Translator::GetDensityFilterMode(value);
+    else if (key == Keys::ColorSpace)
+        colorSpace = Translator::GetColorSpace(value);
+    else if (key == Keys::VectorKind)
+        vectorKind = Translator::GetRelativeOrAbsoluteVector(value);
+    else if (key == Keys::DeltaEFormula)
+        deltaEFormula = Translator::GetDeltaEFormula(value);
+    else if (key == Keys::SpectrumType)
+        SetSpectrumType(value);
+    else if (key != Keys::NumberOfDataPoints && key != Keys::MaxWavelength && key != Keys::MinWavelength)
+        SetCustomCondition(key, value);
+}
+TRACE_GUARD(className, "SetMeasureCondition")
+
+std::string VDMeasureConditions::GetMeasureCondition(const std::string& key) const
+try {
+    if (key == Keys::PhysicalFilter)
+        return Translator::ToString(physicalFilter);
+    if (key == Keys::NumberOfDataPoints || key == Keys::MaxWavelength || key == Keys::MinWavelength)
+        return FirstSupported(key);
+    if (key == Keys::Observer)
+        return Translator::ToString(observer);
+    if (key == Keys::Illumination)
+        return Translator::ToString(illumination);
+    if (key == Keys::WhiteBase)
+        return Translator::ToString(whiteBase);
+    if (key == Keys::DensityStandard)
+        return Translator::ToString(densityStandard);
+    if (key == Keys::DensityFilterMode)
+        return Translator::ToString(densityFilterMode);
+    if (key == Keys::ColorSpace)
+        return Translator::ToString(colorSpace);
+    if (key == Keys::VectorKind)
+        return Translator::ToString(vectorKind);
+    if (key == Keys::DeltaEFormula)
+        return Translator::ToString(deltaEFormula);
+    if (key == Keys::SpectrumType)
+        return GetSpectrumType();
+
+    const auto& custom = GetExtras().customConditions;
+    const auto found = custom.find(key);
+    return CustomConditionsEnabled() && found != custom.end() ? found->second : "Undefined";
+}
+TRACE_GUARD(className, "GetMeasureCondition")
+
+void VDMeasureConditions::SetMeasureConditions(const std::map<std::string, std::string>& conditions)
+try {
+    for (const auto& [key, value] : conditions)
+        SetMeasureCondition(key, value);
+}
+TRACE_GUARD(className, "SetMeasureConditions")
+
+bool VDMeasureConditions::CustomConditionsEnabled() const
+{
+    return GetExtras().customConditions.find(Keys::CustomCondition)->second == "Enable";
+}
+
+void VDMeasureConditions::SetCustomCondition(const std::string& key, const std::string& value)
+{
+    if (key != Keys::CustomCondition && !CustomConditionsEnabled())
+        throw CMetryException("Modification not supported for key: " + key,
+                              THROW_LOCATION(className, "SetMeasureCondition"));
+    ChangeExtras([&](Extras& changed) { changed.customConditions[key] = value; });
+}
+
+const std::string& VDMeasureConditions::GetSpectrumType() const
+{
+    if (spectrumType == otherSpectrumType)
+        return GetExtras().spectrumType;
+    return KnownSpectrumTypes()[static_cast<std::size_t>(spectrumType)];
+}
+
+void VDMeasureConditions::SetSpectrumType(const std::string& value)
+{
+    const auto& known = KnownSpectrumTypes();
+    const auto found = std::find(known.begin(), known.end(), value);
+    const bool other = found == known.end();
+    if (other || spectrumType == otherSpectrumType)
+        ChangeExtras([&](Extras& changed) { changed.spectrumType = other ? value : ""; });
+    spectrumType = other ? otherSpectrumType : static_cast<std::int8_t>(found - known.begin());
+}
+
+void VDMeasureConditions::SetIllumination(const VDIllumination& value)
+try {
+    const VDIllumination copy = value; // it may be the one that stands here
+    if (copy.GetIlluminationTYPE() != IlluminationTYPE::Userdefined && UserdefinedIlluminationAddress() != nullptr)
+        ChangeExtras([](Extras& changed) { changed.userdefinedIllumination = 0; });
+    illumination = copy;
+}
+TRACE_GUARD(className, "SetIllumination")
+
+void VDMeasureConditions::SetUserdefinedIllumination(const VDSpectrum& spectrum)
+try {
+    const Utilities::Tools::SmartPointer<VDSpectrum> copy(new VDSpectrum(spectrum));
+    ChangeExtras([&](Extras& changed) { changed.userdefinedIllumination = copy; });
+    SetMeasureCondition(std::string(Keys::Illumination), "Userdefined");
+}
+TRACE_GUARD(className, "SetUserdefinedIllumination")
+
+const VDSpectrum& VDMeasureConditions::GetUserdefinedIllumination() const
+try {
+    return *GetExtras().userdefinedIllumination;
+}
+TRACE_GUARD(className, "GetUserdefinedIllumination")
+
+const VDSpectrum* VDMeasureConditions::UserdefinedIlluminationAddress() const noexcept
+{
+    return extras && extras->userdefinedIllumination.IsValid() ? &*extras->userdefinedIllumination : nullptr;
+}
+
+const std::vector<std::string>& VDMeasureConditions::GetSupportedValues(std::string_view key)
+try {
+    return Initialisator::Instance().GetSupportedValues(key);
+}
+TRACE_GUARD(className, "GetSupportedValues")
+
+std::string VDMeasureConditions::GetElementName(std::size_t index) const
+try {
+    const auto& labels = GetSupportedValues("ColorSpaceDescription." + Translator::ToString(colorSpace));
+    if (index >= labels.size() / 2)
+        throw CMetryException("No element " + Utilities::Tools::lexical_cast<std::string>(index) + " in ColorSpace "
+                                  + Translator::ToString(colorSpace),
+                              THROW_LOCATION(className, "GetElementName"));
+    return labels[vectorKind == VectorKind::DeltaVector ? index + 3 : index];
+}
+TRACE_GUARD(className, "GetElementName")
+
+}
