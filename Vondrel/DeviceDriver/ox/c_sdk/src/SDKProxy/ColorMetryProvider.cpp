@@ -1,0 +1,118 @@
+#include "Vondrel/DeviceDriver/ox/c_sdk/src/SDKProxy/ColorMetryProvider.h"
+
+#include "Vondrel/CMetry/CMetryService.h"
+#include "Vondrel/CMetry/DensityService.h"
+#include "Vondrel/DeviceDriver/ox/c_sdk/src/SDKProxy/Vocabulary.h"
+#include "Vondrel/Utilities/Exceptions/SDKError.h"
+#include "Vondrel/Utilities/Exceptions/TraceGuard.h"
+#include "orvex/ox.h"
+
+#include <algorithm>
+
+namespace OrvexSDK {
+
+using Vondrel::CMetry::CMetryService;
+using Vondrel::CMetry::DensityService;
+using Vondrel::CMetry::VDMeasureConditions;
+using Vondrel::CMetry::VDSpectrum;
+
+namespace {
+
+/// In the order of the exported densities.
+const std::array<std::string, ColorMetryProvider::filterCount> filterNames{"Cyan", "Magenta", "Yellow", "Black"};
+const std::string automatic = "Auto";
+
+/// Sets the density filter mode back when it goes.
+class ConditionGuard {
+public:
+    explicit ConditionGuard(VDMeasureConditions& theConditions)
+        : conditions(theConditions), filterMode(theConditions.GetMeasureCondition(Key::DensityFilterMode))
+    {
+    }
+    ConditionGuard(const ConditionGuard&) = delete;
+    ConditionGuard& operator=(const ConditionGuard&) = delete;
+    ~ConditionGuard()
+    {
+        try {
+            conditions.SetMeasureCondition(Key::DensityFilterMode, filterMode);
+        } catch (...) {
+            // A value that was read back is never refused.
+        }
+    }
+
+private:
+    VDMeasureConditions& conditions;
+    std::string filterMode;
+};
+
+}
+
+ColorMetryProvider::ColorMetryProvider()
+{
+    conditions.SetMeasureCondition(Key::WhiteBase, "Absolute");
+}
+
+std::string ColorMetryProvider::GetCondition(const std::string& key) const
+try {
+    return conditions.GetMeasureCondition(key);
+}
+TRACE_GUARD("ColorMetryProvider", "GetCondition")
+
+void ColorMetryProvider::SetCondition(const std::string& key, const std::string& value)
+try {
+    conditions.SetMeasureCondition(key, value);
+}
+TRACE_GUARD("ColorMetryProvider", "SetCondition")
+
+std::array<float, 3> ColorMetryProvider::GetTristimulus(const std::vector<float>& sample) const
+try {
+    const auto vector = CMetryService::GetVector(VDSpectrum(sample), conditions);
+    return {vector[0], vector[1], vector[2]};
+}
+TRACE_GUARD("ColorMetryProvider", "GetTristimulus")
+
+void ColorMetryProvider::SetDensitySubstrat(const float* spectrum)
+try {
+    substrate = VDSpectrum(spectrum);
+    DensityService::SetPaperWhite(substrate);
+}
+TRACE_GUARD("ColorMetryProvider", "SetDensitySubstrat")
+
+std::pair<float, std::string> ColorMetryProvider::GetDensity(const std::vector<float>& sample) const
+try {
+    if (conditions.GetWhiteBase() == Vondrel::CMetry::WhiteBase::Paper) {
+        if (!substrate.IsValid())
+            throw SDKError(OX_NoSubstrate, "no substrate set", THROW_LOCATION("ColorMetryProvider", "GetDensity"));
+        DensityService::SetPaperWhite(substrate);
+    }
+    const VDSpectrum spectrum(sample);
+    const float density = DensityService::GetDensity(spectrum, conditions);
+    std::string filterName = conditions.GetMeasureCondition(Key::DensityFilterMode);
+    if (filterName == automatic)
+        filterName = DensityService::GetDensityFilterName(spectrum, conditions);
+    return {density, filterName};
+}
+TRACE_GUARD("ColorMetryProvider", "GetDensity")
+
+std::pair<std::array<float, ColorMetryProvider::filterCount>, std::string>
+ColorMetryProvider::GetDensities(const std::vector<float>& sample)
+try {
+    const ConditionGuard guard(conditions);
+    std::array<float, filterCount> densities;
+    densities.fill(-1.0F);
+    for (std::size_t filter = 0; filter < filterCount; ++filter) {
+        conditions.SetMeasureCondition(Key::DensityFilterMode, filterNames[filter]);
+        densities[filter] = GetDensity(sample).first;
+    }
+    conditions.SetMeasureCondition(Key::DensityFilterMode, automatic);
+    return {densities, GetDensity(sample).second};
+}
+TRACE_GUARD("ColorMetryProvider", "GetDensities")
+
+std::int32_t ColorMetryProvider::GetFilterIndex(const std::string& filterName)
+{
+    return static_cast<std::int32_t>(std::find(filterNames.begin(), filterNames.end(), filterName)
+                                     - filterNames.begin());
+}
+
+}

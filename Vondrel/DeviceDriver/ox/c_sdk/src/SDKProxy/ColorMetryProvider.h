@@ -1,0 +1,54 @@
+#pragma once
+
+#include "Vondrel/CMetry/VDMeasureConditions.h"
+#include "Vondrel/CMetry/VDSpectrum.h"
+
+#include <array>
+#include <cstddef>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace OrvexSDK {
+
+/// Answers colour questions about the samples of one measure mode, under the conditions in force at the moment.
+class ColorMetryProvider {
+public:
+    static constexpr std::size_t filterCount = 4;
+
+    /// Default conditions, with an absolute white base.
+    ColorMetryProvider();
+
+    /// @throws CMetryException for an unknown key
+    std::string GetCondition(const std::string& key) const;
+
+    /// @throws CMetryException for an unknown key or value
+    void SetCondition(const std::string& key, const std::string& value);
+
+    /// The sample in the colour space of the conditions.
+    /// @param sample  36 values
+    std::array<float, 3> GetTristimulus(const std::vector<float>& sample) const;
+
+    /// Sets the paper.
+    /// @param spectrum  36 reflectance factors
+    void SetDensitySubstrat(const float* spectrum);
+
+    /// @return the density through the filter of the conditions, and the name of that filter: the one chosen if the
+    ///         conditions say "Auto"
+    /// @throws SDKError 5 "no substrate set" with white base "Paper"
+    std::pair<float, std::string> GetDensity(const std::vector<float>& sample) const;
+
+    /// @return the densities through cyan, magenta, yellow and black, and the name of the filter that the automatic
+    /// choice
+    ///         takes, whatever the conditions say
+    std::pair<std::array<float, filterCount>, std::string> GetDensities(const std::vector<float>& sample);
+
+    /// @return 0 to 3 for cyan, magenta, yellow, black; 4 for any other name
+    static std::int32_t GetFilterIndex(const std::string& filterName);
+
+private:
+    Vondrel::CMetry::VDSpectrum substrate;
+    Vondrel::CMetry::VDMeasureConditions conditions;
+};
+
+}

@@ -1,0 +1,198 @@
+#include "Vondrel/DeviceDriver/ox/c_sdk/src/SDKProxy/SDKProxy.h"
+
+#include "Vondrel/DeviceDriver/GENERIC/Utilities/Timing.h"
+#include "Vondrel/DeviceDriver/ox/c_sdk/src/SDKProxy/Vocabulary.h"
+#include "Vondrel/Utilities/Exceptions/TraceGuard.h"
+#include "Vondrel/Utilities/Tools/LexicalCast.h"
+
+#include <algorithm>
+#include <cxxabi.h>
+#include <iterator>
+#include <utility>
+
+namespace OrvexSDK {
+
+using Vondrel::DeviceDriver::Generic::Utilities::Timing;
+using Vondrel::Utilities::Tools::lexical_cast;
+
+namespace {
+
+constexpr const char* versionText = "Version 3.1.0  Build 103";
+
+constexpr const char* colorimetricKeys[] = {
+    "Colorimetric.Illumination",    "Colorimetric.Observer",          "Colorimetric.WhiteBase",
+    "Colorimetric.DensityStandard", "Colorimetric.DensityFilterMode", "ColorSpaceDescription.Type",
+};
+
+const char* YesOrNo(bool yes)
+{
+    return yes ? "yes" : "no";
+}
+
+}
+
+void SDKProxy::MessageFromDevice(unsigned short message, std::int32_t source)
+try {
+    const auto text = lexical_cast<std::string>(source);
+    SendDeviceMessage(TranslateDeviceMessage(message), text);
+}
+TRACE_GUARD("SDKProxy", "MessageFromDevice")
+
+OX_ErrorHandler SDKProxy::RegisterErrorHandler(OX_ErrorHandler handler)
+{
+    return std::exchange(errorHandler, handler);
+}
+
+OX_DeviceMessageHandler SDKProxy::RegisterDeviceMessageHandler(OX_DeviceMessageHandler handler)
+{
+    return messageHandler.exchange(handler);
+}
+
+const std::string& SDKProxy::GetDeviceInfo(const std::string& key)
+try {
+    return GetOption(key);
+}
+TRACE_GUARD("SDKProxy", "GetDeviceInfo")
+
+void SDKProxy::SetOption(const std::string& key, const std::string& value)
+try {
+    if (key == Key::MeasurementMode)
+        SetMeasureMode(value);
+    else if (key == "Reset")
+        modeStates.erase(TranslateMeasureMode(value));
+    else if (IsColorimetricKey(key))
+        GetColorMetryProvider().SetCondition(key, value);
+    else
+        SetDeviceSpecificOption(key, value);
+}
+TRACE_GUARD("SDKProxy", "SetOption")
+
+const std::string& SDKProxy::GetOption(const std::string& key)
+try {
+    if (!AnswerWithoutDevice(key)) {
+        if (IsConnected())
+            AnswerFromDevice(key);
+        else
+            answer.clear();
+    }
+    return answer;
+}
+TRACE_GUARD("SDKProxy", "GetOption")
+
+bool SDKProxy::AnswerWithoutDevice(const std::string& key)
+{
+    if (key == "DeviceType") {
+        answer = GetDeviceType();
+    } else if (key == "Version") {
+        answer = versionText;
+    } else if (key == "LastError") {
+        answer = GetLastError().what();
+    } else if (key == "ExtendedErrorInformation") {
+        answer = GetLastError().ExtendedInformation();
+    } else if (key == "Connection") {
+        bool connected = false;
+        try {
+            connected = IsConnected();
+        } catch (abi::__forced_unwind&) {
+            throw;
+        } catch (...) {
+            // The question is answered: what cannot be asked is not connected.
+        }
+        answer = YesOrNo(connected);
+    } else if (IsColorimetricKey(key)) {
+        answer = GetColorMetryProvider().GetCondition(key);
+    } else {
+        return false;
+    }
+    return true;
+}
+
+void SDKProxy::AnswerFromDevice(const std::string& key)
+{
+    if (key == "AvailableSamples")
+        answer = lexical_cast<std::string>(GetSampleCount());
+    else if (key == "IsKeyPressed")
+        answer = YesOrNo(IsKeyPressed());
+    else if (key == Key::LastCalibrationTime)
+        answer = lexical_cast<std::string>(GetLastCalibrationTime());
+    else if (key == Key::LastCalibrationCounter)
+        answer = lexical_cast<std::string>(GetLastCalibrationCounter());
+    else if (key == "AvailableMeasurementModes")
+        answer = GetAvailableMeasureModes();
+    else
+        answer = GetDeviceSpecificOption(key);
+}
+
+void SDKProxy::SetLastError(const SDKError& error)
+{
+    lastError = error;
+}
+
+const SDKError& SDKProxy::GetLastError()
+{
+    return lastError;
+}
+
+// No trace guard: it would turn the application's own exception into one of ours.
+void SDKProxy::HandleError(const std::string& function, const SDKError& error)
+{
+    lastError = error;
+    if (errorHandler == nullptr)
+        return;
+    // The handler may drop this proxy: nothing of it is touched once the call has begun.
+    const OX_ErrorHandler handler = errorHandler;
+    const std::string name = function;
+    const SDKError copy = error;
+    try {
+        handler(name.c_str(), copy.Code(), copy.what());
+    } catch (const OXSDK::Exception&) {
+        throw;
+    } catch (abi::__forced_unwind&) {
+        throw;
+    } catch (...) {
+        // An application's failure is no business of the failing call.
+    }
+}
+
+void SDKProxy::SendDeviceMessage(std::int32_t message, const std::string& text)
+try {
+    const OX_DeviceMessageHandler handler = messageHandler;
+    if (handler == nullptr)
+        return;
+    try {
+        handler(message, text.c_str());
+    } catch (abi::__forced_unwind&) {
+        throw;
+    } catch (...) {
+        // An application's failure must not end the message thread.
+    }
+}
+TRACE_GUARD("SDKProxy", "SendDeviceMessage")
+
+std::int32_t SDKProxy::GetLastCalibrationTime()
+{
+    const auto calibrated = lexical_cast<std::int32_t>(GetOptions()[Key::LastCalibrationTime]);
+    return calibrated <= 0 ? -1 : Timing::Instance()->GetActualTimeStamp() - calibrated;
+}
+
+std::int32_t SDKProxy::GetLastCalibrationCounter()
+{
+    return lexical_cast<std::int32_t>(GetOptions()[Key::LastCalibrationCounter]);
+}
+
+ColorMetryProvider& SDKProxy::GetColorMetryProvider()
+{
+    return CurrentModeState().provider;
+}
+
+ModeState& SDKProxy::CurrentModeState()
+{
+    return modeStates[GetMode()];
+}
+
+bool SDKProxy::IsColorimetricKey(const std::string& key)
+{
+    return std::find(std::begin(colorimetricKeys), std::end(colorimetricKeys), key) != std::end(colorimetricKeys);
+}
+
+}
