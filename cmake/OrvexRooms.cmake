@@ -41,6 +41,8 @@ function(orvex_room name)
     target_link_libraries(orvex_${name} PRIVATE orvex_flags)
 endfunction()
 
+add_custom_target(threaded_tests)
+
 # orvex_test(NAME SOURCES file... [ROOMS room...] [LIBRARIES target...] [LABELS label...])
 # A GoogleTest program. ROOMS are linked as objects; a test through the exported calls names a library instead.
 # The label "threaded" puts a test into the ThreadSanitizer run.
@@ -54,6 +56,9 @@ function(orvex_test name)
         target_link_libraries(${name} PRIVATE $<TARGET_OBJECTS:orvex_${room}>)
     endforeach()
     add_test(NAME ${name} COMMAND ${name})
+    if("threaded" IN_LIST ARG_LABELS)
+        add_dependencies(threaded_tests ${name})
+    endif()
     set_tests_properties(${name} PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT 280 ENVIRONMENT "TZ=UTC")
 endfunction()
 

@@ -1,0 +1,70 @@
+# Everything that a newcomer types. `make help` lists it.
+
+PRESET ?= release
+SOURCES = $$(git ls-files '*.cpp' '*.h' '*.c')
+
+.DEFAULT_GOAL := help
+.PHONY: help demo check build test format format-check tidy debug coverage bench fuzz check-kernel install clean
+
+help: ## list the targets
+	@awk -F ':.*## ' '/^[a-z-]+:.*## / { printf "  make %-14s %s\n", $$1, $$2 }' $(MAKEFILE_LIST)
+
+demo: ## measure a chart on the virtual spectrophotometer: spectra, Lab, densities
+	@tools/setup.sh build
+	@tools/demo.sh
+
+check: ## three builds (plain, AddressSanitizer + UBSan, ThreadSanitizer), all tests, format, exported names
+	@tools/setup.sh check
+	@tools/check.sh
+
+build: ## build PRESET (release, debug, clang, asan, tsan)
+	@tools/setup.sh check
+	cmake --preset $(PRESET)
+	cmake --build build/$(PRESET)
+
+test: build ## build PRESET and run its tests
+	ctest --test-dir build/$(PRESET) --output-on-failure -j2
+
+debug: ## build without optimisation and run the tests
+	@$(MAKE) test PRESET=debug
+
+format: ## lay out all sources by .clang-format
+	clang-format -i $(SOURCES)
+
+format-check: ## say which sources are not laid out by .clang-format
+	@clang-format --dry-run -Werror $(SOURCES)
+
+tidy: ## clang-tidy over the library
+	@tools/setup.sh tidy
+	cmake --preset clang
+	cmake --build build/clang
+	git ls-files 'Vondrel/*.cpp' 'toolkit/*.cpp' 'platform/*.cpp' 'virtual/*.cpp' 'control/*.cpp' | xargs -P2 -n4 clang-tidy -p build/clang --quiet
+
+coverage: ## line coverage of the tests, as text
+	@tools/setup.sh coverage
+	cmake --preset debug -B build/coverage -DCMAKE_CXX_FLAGS=--coverage -DCMAKE_C_FLAGS=--coverage
+	cmake --build build/coverage
+	ctest --test-dir build/coverage -j2
+	gcovr --root . --exclude 'tests/.*' --exclude 'benchmarks/.*' build/coverage
+
+bench: ## run the benchmarks
+	@tools/setup.sh check
+	cmake --preset release
+	cmake --build build/release
+	for program in $$(find build/release/benchmarks -type f -perm -u+x -name '*_benchmark'); do $$program; done
+
+fuzz: ## ten minutes of fuzzing per target
+	@tools/setup.sh check
+	@tools/fuzz.sh 600
+
+check-kernel: ## the USB transport on a real kernel's usbfs, in an emulated machine
+	@tools/setup.sh kernel
+	@tools/check-kernel.sh
+
+install: ## install the release build into PREFIX (default /usr/local)
+	cmake --preset release
+	cmake --build build/release
+	cmake --install build/release $(if $(PREFIX),--prefix $(PREFIX))
+
+clean: ## remove all builds
+	rm -rf build
