@@ -1,0 +1,41 @@
+#pragma once
+
+#include "Vondrel/CMetry/Internals/StandardTables.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace Vondrel::CMetry {
+
+class VDMeasureConditions;
+
+/// An illuminant's or an observer's table on its way to the weighting factors. Wavelengths in nanometres; entry i
+/// belongs to GetMinWavelength() + i * GetStepSize().
+class StandardFilter {
+public:
+    /// An empty record: all fields 0 and no values.
+    StandardFilter() = default;
+    explicit StandardFilter(const StandardTable& table);
+
+    const std::vector<float>& GetFilter() const { return filter; }
+    std::uint16_t GetMinWavelength() const { return minWavelength; }
+    std::uint16_t GetMaxWavelength() const { return maxWavelength; }
+    std::uint16_t GetStepSize() const { return stepSize; }
+
+    /// Becomes the spectrum that the conditions hold as user-defined illumination, at any scale.
+    /// @throws NullPointerException  the conditions hold none
+    void SetUserIllumination(const VDMeasureConditions& conditions);
+
+    /// Becomes CIE daylight of the conditions' nominal colour temperature, 100 at 560 nm (CIE 15, Colorimetry: the
+    /// daylight formula; M1 and M2 rounded to three decimals). The temperature is not checked: one without a daylight
+    /// (0 K) gives values that are not finite.
+    void SetDxxIllumination(const VDMeasureConditions& conditions);
+
+private:
+    std::uint16_t stepSize = 0;
+    std::uint16_t maxWavelength = 0;
+    std::uint16_t minWavelength = 0;
+    std::vector<float> filter;
+};
+
+} // namespace
