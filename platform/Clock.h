@@ -3,9 +3,9 @@
 #include <cstddef>
 #include <cstdint>
 
-/// The platform's clock. Timing, DateTime, the limits of transfers and the toolkit's waits use it, and nothing else: locks,
-/// conditions, joins and the start and end of threads use real monotonic time. On the virtual bench this clock is the
-/// bench's. Plain functions that never throw, callable from any thread.
+/// The platform's clock. Timing, DateTime, the limits of transfers and the toolkit's waits use it, and nothing else:
+/// locks, conditions, joins and the start and end of threads use real monotonic time. On the virtual bench this clock
+/// is the bench's. Plain functions that never throw, callable from any thread.
 namespace Platform {
 
 /// Wall clock, microseconds since 1970-01-01 UTC.
@@ -30,7 +30,8 @@ struct CalendarTime {
 /// Local time of a moment in seconds since 1970. False if the platform cannot say.
 bool ToLocalTime(std::int64_t seconds, CalendarTime& local) noexcept;
 
-/// Moment of a local time; fields outside their range are carried over; summer time is looked up.
+/// Moment of a local time, told in the zone's standard time all year round; fields outside their range are carried
+/// over.
 /// @return seconds since 1970, or -1 if there is no such moment
 std::int64_t FromLocalTime(const CalendarTime& local) noexcept;
 

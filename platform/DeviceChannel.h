@@ -12,7 +12,8 @@ using ChannelHandle = void*; ///< null is "no channel"
 /// changes.
 int ChannelOpen(std::uint32_t index, ChannelHandle* handle) noexcept;
 
-/// One request and its answer. Waits as long as the driver waits.
+/// One request and its answer. Waits as long as the driver waits. On POSIX: eight bytes written to the device file,
+/// then eight read from it.
 int ChannelExchange(ChannelHandle handle, const std::uint8_t request[8], std::uint8_t answer[8]) noexcept;
 
 int ChannelClose(ChannelHandle handle) noexcept;

@@ -1,28 +1,20 @@
 #pragma once
 
-#include <cstdint>
+#include "platform/Waitable.h"
+
 #include <memory>
-#include <optional>
 #include <string>
 
 namespace Platform {
 
-/// One lock for every holder of its name, in this and in every other process (on the virtual bench in this process, unless
-/// the bench says otherwise). Recursive for its owner thread. When the process that owns it dies, the next one acquires
-/// it. Limits are real monotonic time.
-class NamedLock {
+/// One lock for every holder of its name, in this and in every other process (on the virtual bench in this process,
+/// unless the bench says otherwise). Recursive for its owner thread. When the process that owns it dies, the next one
+/// acquires it. Release gives back one level; on a thread that does not hold the lock it does no harm and returns
+/// false.
+class NamedLock : public Waitable {
 public:
-    enum class Outcome { acquired, timedOut, failed };
-
-    virtual ~NamedLock() = default;
-
-    /// @param limitMs  milliseconds; none waits for ever; 0 looks once
-    virtual Outcome Acquire(std::optional<std::int64_t> limitMs) = 0;
-
-    /// Gives back one level. Does no harm on a thread that does not hold the lock; false then.
-    virtual bool Release() = 0;
-
-    /// Null if the lock cannot be had (no place to keep it, for example).
+    /// Null if the lock cannot be had (no place to keep it, for example). With an empty name and not system-wide the
+    /// lock is the caller's alone.
     static std::unique_ptr<NamedLock> Make(const std::string& name, bool systemWide);
 };
 

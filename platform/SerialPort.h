@@ -3,15 +3,15 @@
 #include <cstddef>
 #include <cstdint>
 
-/// Serial ports as the colorimeter toolkit uses them: 9600 baud, 8 data bits, no parity, one stop bit, raw. Plain functions
-/// that return a status and never throw: 0 for success, otherwise the platform's error number (above 0).
+/// Serial ports as the colorimeter toolkit uses them: 9600 baud, 8 data bits, no parity, one stop bit, raw. Plain
+/// functions that return a status and never throw: 0 for success, otherwise the platform's error number (above 0).
 namespace Platform {
 
 /// A port handle; null is "no port". On POSIX a descriptor above 2 in the pointer's value.
 using SerialHandle = void*;
 
-/// Time limits, milliseconds. A read of n bytes ends after readMultiplier * n + readConstant, or when readInterval passes
-/// between two bytes; a write after writeMultiplier * n + writeConstant. Zero for both of a pair is no limit.
+/// Time limits, milliseconds. A read of n bytes ends after readMultiplier * n + readConstant, or when readInterval
+/// passes between two bytes; a write after writeMultiplier * n + writeConstant. Zero for both of a pair is no limit.
 struct SerialLimits {
     std::uint32_t readInterval;
     std::uint32_t readMultiplier;
@@ -34,8 +34,8 @@ int SerialSetRts(SerialHandle handle, bool on) noexcept;
 int SerialGetLimits(SerialHandle handle, SerialLimits* limits) noexcept;
 int SerialSetLimits(SerialHandle handle, const SerialLimits* limits) noexcept;
 
-/// Reads at most `size` bytes under the limits. Running out of time is a success with fewer bytes; so is a closed
-/// far end only if it was reported as such before any byte.
+/// Reads or writes at most `size` bytes under the limits. Running out of time is a success with fewer bytes. A closed
+/// far end ends a transfer likewise with the bytes moved before; without any it is a failure.
 int SerialRead(SerialHandle handle, std::uint8_t* bytes, std::size_t size, std::size_t* moved) noexcept;
 int SerialWrite(SerialHandle handle, const std::uint8_t* bytes, std::size_t size, std::size_t* moved) noexcept;
 
