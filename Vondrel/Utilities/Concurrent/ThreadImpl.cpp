@@ -1,0 +1,61 @@
+#include "Vondrel/Utilities/Concurrent/ThreadImpl.h"
+
+#include "Vondrel/Utilities/Exceptions/ResourceException.h"
+#include "Vondrel/Utilities/Exceptions/TraceGuard.h"
+
+#include <cxxabi.h>
+
+namespace Vondrel::Utilities::Concurrent {
+
+namespace {
+
+void RunThread(void* argument)
+{
+    const std::unique_ptr<ThreadAdapterBase> adapter(static_cast<ThreadAdapterBase*>(argument));
+    try {
+        adapter->Run();
+    } catch (abi::__forced_unwind&) {
+        throw; // pthread_exit in a handler of the application must come through
+    } catch (...) {
+        // Nobody is left to hear of it.
+    }
+}
+
+}
+
+ThreadImpl::ThreadImpl(std::unique_ptr<ThreadAdapterBase> adapter)
+try {
+    SetupThread(std::move(adapter));
+}
+TRACE_GUARD("ThreadImpl", "ThreadImpl")
+
+void ThreadImpl::SetupThread(std::unique_ptr<ThreadAdapterBase> adapter)
+{
+    thread = Platform::RunningThread::Start(RunThread, adapter.get());
+    if (!thread)
+        throw Exceptions::ResourceException("Can't create thread.", THROW_LOCATION("ThreadImpl", "SetupThread"));
+    adapter.release(); // the thread's own now
+}
+
+void ThreadImpl::Join()
+{
+    YieldCurrentThread();
+    thread->Join(std::nullopt);
+}
+
+void ThreadImpl::YieldCurrentThread()
+{
+    Platform::YieldThread();
+}
+
+bool ThreadImpl::JoinWithin(std::int32_t milliseconds)
+{
+    return thread->Join(milliseconds);
+}
+
+bool ThreadImpl::IsCurrentThread() const
+{
+    return thread->IsCurrent();
+}
+
+}
