@@ -27,6 +27,9 @@ public:
     float& operator[](std::size_t index) noexcept { return elements[index]; }
     const float& operator[](std::size_t index) const noexcept { return elements[index]; }
 
+    /// Sets a space of three elements; the fourth becomes 0.
+    void SetElements(float first, float second, float third) noexcept { elements = {first, second, third, 0.0F}; }
+
     /// Element by element, also the product; the conditions stay.
     VDColorVector& operator-=(const VDColorVector& other) noexcept;
     VDColorVector& operator*=(const VDColorVector& other) noexcept;

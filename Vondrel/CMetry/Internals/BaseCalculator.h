@@ -23,6 +23,8 @@ public:
     static bool GetSpecBasedToPapWhite(const VDMeasureConditions& conditions, float* values);
 
 private:
+    static bool GetPaperSpectrum(VDSpectrum& paper);
+
     static Utilities::Tools::SmartPointer<VDSample> paperWhite;
 };
 

@@ -29,18 +29,11 @@ constexpr IlluminantRow illuminantRows[] = {
 
 } // namespace
 
-void CMetryFilter::SetMeasuringConditions(const VDMeasureConditions& other)
+void CMetryFilter::Renew(const VDMeasureConditions& other)
 try {
-    const bool fits = weights.IsValid() && conditions.IsValid()
-        && conditions->GetIllumination() == other.GetIllumination() && conditions->GetObserver() == other.GetObserver()
-        && conditions->SharesUserdefinedIllumination(other);
-    if (!fits) {
-        SmartPointer<Weightfactors> newWeights(new Weightfactors(other));
-        if (!conditions.IsValid())
-            conditions = SmartPointer<VDMeasureConditions>(new VDMeasureConditions(other));
-        weights = std::move(newWeights);
-    }
-    *conditions = other;
+    SmartPointer<Weightfactors> newWeights(new Weightfactors(other));
+    conditions = SmartPointer<VDMeasureConditions>(new VDMeasureConditions(other));
+    weights = std::move(newWeights);
 }
 TRACE_GUARD("CMetryFilter", "SetMeasuringConditions")
 

@@ -15,7 +15,11 @@ public:
     /// Makes the weights fit the conditions: computes new ones only when the illuminant, the observer or the
     /// user-defined illumination (the pointer, not its values) is another. After a failure the old ones stand.
     /// @throws CMetryException, NullPointerException  as the constructor of Weightfactors
-    void SetMeasuringConditions(const VDMeasureConditions& conditions);
+    void SetMeasuringConditions(const VDMeasureConditions& other)
+    {
+        if (!Fit(other))
+            Renew(other);
+    }
 
     /// Of the last conditions; before the first, of default ones.
     VDIllumination GetIllumination();
@@ -38,6 +42,13 @@ public:
     static StandardFilter GetObserverFilter(Observer observer, std::size_t axis);
 
 private:
+    // Illuminant and observer are all that the stored conditions are asked for: where these are equal nothing changes.
+    bool Fit(const VDMeasureConditions& other) const
+    {
+        return weights.IsValid() && conditions.IsValid() && conditions->GetIllumination() == other.GetIllumination()
+            && conditions->GetObserver() == other.GetObserver() && conditions->SharesUserdefinedIllumination(other);
+    }
+    void Renew(const VDMeasureConditions& other);
     VDMeasureConditions& StoredConditions();
 
     Utilities::Tools::SmartPointer<Weightfactors> weights;
