@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace Platform {
+
+/// The far end of a serial line that is a pseudo-terminal: whoever opens the port by its name talks to the owner of
+/// this object. One thread at a time; the destructor hangs the line up.
+class PseudoTerminal {
+public:
+    /// Null if the system has none left.
+    static std::unique_ptr<PseudoTerminal> Open();
+
+    PseudoTerminal(const PseudoTerminal&) = delete;
+    PseudoTerminal& operator=(const PseudoTerminal&) = delete;
+    ~PseudoTerminal();
+
+    const std::string& PortName() const { return name; }
+
+    enum class Line { quiet, bytes, unopened, failed };
+
+    /// Waits for bytes, at most so many milliseconds of real time.
+    /// @return unopened, after the full wait, while nobody has the port open
+    Line Read(std::uint8_t* bytes, std::size_t size, std::size_t* moved, int limitMs);
+
+    /// Waits while the line's buffer is full. False if the bytes did not go out within a second.
+    bool Write(const std::uint8_t* bytes, std::size_t size);
+
+private:
+    PseudoTerminal(int masterDescriptor, std::string portName);
+
+    int descriptor;
+    std::string name;
+};
+
+/// A descriptor above 2 that stands for a port without being one: it can be duplicated and closed, and holds its
+/// number. -1 if there is none left.
+int ReserveDescriptor() noexcept;
+
+void ReleaseDescriptor(int descriptor) noexcept;
+
+}
