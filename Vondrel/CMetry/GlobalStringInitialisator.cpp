@@ -2,6 +2,7 @@
 
 #include "Vondrel/CMetry/ConditionTypes.h"
 #include "Vondrel/CMetry/Internals/ConditionNames.h"
+#include "Vondrel/CMetry/Internals/DensityCalculator.h"
 
 #include <cstddef>
 
@@ -76,6 +77,7 @@ Initialisator::Initialisator()
         supportedValues.emplace(row.key, std::move(row.values));
     for (auto& row : ElementLabels())
         supportedValues.emplace(row.key, std::move(row.values));
+    DensityCalculator::InitializeDensityCalibration();
 }
 
 const Initialisator& Initialisator::Instance()

@@ -39,8 +39,14 @@ extern const StandardTable observer1964[3];
 
 inline constexpr std::size_t densityChannels = 4;
 
+/// Values on the spectrum grid.
+using SpectrumTable = std::array<float, SpectrumGrid::NumberOfDataPoints>;
+
+/// The test samples of the colour rendering index, as reflectance factors.
+extern const std::array<SpectrumTable, 8> renderingSamples;
+
 /// A density response on the spectrum grid.
-using DensityCurve = std::array<float, SpectrumGrid::NumberOfDataPoints>;
+using DensityCurve = SpectrumTable;
 
 /// The responses of the four channels Black, Cyan, Magenta, Yellow.
 /// The Black row sums to 100, the others to 1.

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "Vondrel/CMetry/VDSpectrum.h"
+
+#include <string>
+
+namespace Vondrel::CMetry {
+
+/// The general colour rendering index in the way of CIE 13.3: eight test samples under the source and under a
+/// reference. From 5000 K on the reference is the nearest of D50, D55, D65 and D75, below it is the Planck radiator of
+/// the same temperature. Everything is computed for the 2 degree observer, whatever the conditions of the spectrum.
+class ColorRenderingIndex {
+public:
+    /// @param spectrum   relative spectral power, at any scale
+    /// @param valid      receives whether the source lies within 0.0054 of the reference (u, v of CIE 1960)
+    /// @param reference  receives the name of the daylight; empty for a Planck radiator
+    /// @return the index, whole; 0 and not valid for a spectrum without a colour temperature
+    float GetColorRenderingIndex(const VDSpectrum& spectrum, bool& valid, std::string& reference) const;
+
+private:
+    double maxChromaticityDistance = 0.0054;
+};
+
+} // namespace
