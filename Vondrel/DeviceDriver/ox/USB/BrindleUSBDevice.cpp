@@ -126,6 +126,11 @@ void BrindleUSBDevice::SetBeep(bool on)
     beep = on;
 }
 
+bool BrindleUSBDevice::IsBeepOn()
+{
+    return beep;
+}
+
 /// Without a press the firmware is asked to end its wait for the button.
 void BrindleUSBDevice::HandleUntouchedButton()
 try {

@@ -54,6 +54,7 @@ public:
 
     /// Whether a scan sounds a tone at its first data, for all instruments of the process. On at the start.
     static void SetBeep(bool on);
+    static bool IsBeepOn();
 
 private:
     void HandleUntouchedButton();
