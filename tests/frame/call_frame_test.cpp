@@ -39,7 +39,9 @@ protected:
 
     void TearDown() override
     {
-        Scripted().operation = [] {};
+        const int alive = Scripted().alive;
+        Scripted() = {};
+        Scripted().alive = alive;
         OX_SetOption("Reset", "All");
     }
 

@@ -34,7 +34,8 @@ const char* YesOrNo(bool yes)
 void SDKProxy::MessageFromDevice(unsigned short message, std::int32_t source)
 try {
     const auto text = lexical_cast<std::string>(source);
-    SendDeviceMessage(TranslateDeviceMessage(message), text);
+    // On the device's thread, perhaps while the proxy goes: nothing here may ask for its dynamic type.
+    SDKProxy::SendDeviceMessage(TranslateDeviceMessage(message), text);
 }
 TRACE_GUARD("SDKProxy", "MessageFromDevice")
 

@@ -1,78 +1,56 @@
 #include "Vondrel/DeviceDriver/ox/c_sdk/src/ox_c_sdk/DeviceKinds.h"
 
-#include "Vondrel/Utilities/Exceptions/DeviceDriverException.h"
-#include "Vondrel/Utilities/Exceptions/TraceGuard.h"
-#include "Vondrel/Utilities/Tools/LexicalCast.h"
+#include "Vondrel/DeviceDriver/ox/USB/USBBrowser.h"
+#include "Vondrel/DeviceDriver/ox/c_sdk/src/ox/OrvexContextValidator.h"
+#include "Vondrel/DeviceDriver/ox/c_sdk/src/ox/OrvexSDKProxy.h"
+#include "Vondrel/DeviceDriver/ox/c_sdk/src/zelkova/ZelkovaContextValidator.h"
+#include "Vondrel/DeviceDriver/ox/c_sdk/src/zelkova/ZelkovaSDKProxy.h"
 
 #include <algorithm>
+#include <cxxabi.h>
 #include <iterator>
 
 namespace OrvexSDK {
 
+using Vondrel::DeviceDriver::Ox::USBBrowser;
+
 namespace {
-
-/// Serves a device that is never there: whatever needs it fails.
-class AbsentProxy : public SDKProxy {
-public:
-    explicit AbsentProxy(std::string theDeviceType) : deviceType(std::move(theDeviceType)) { }
-
-    std::string GetDeviceType() override { return deviceType; }
-    bool IsConnected() override { Fail("IsConnected"); }
-    bool IsKeyPressed() override { Fail("IsKeyPressed"); }
-    std::int32_t GetSampleCount() override { Fail("GetSampleCount"); }
-    void Calibrate() override { Fail("Calibrate"); }
-    void TriggerMeasurement() override { Fail("TriggerMeasurement"); }
-    void TriggerCountedScan(std::int32_t) override { Fail("TriggerCountedScan"); }
-    void GetSpectrum(float*, std::int32_t) override { Fail("GetSpectrum"); }
-    void GetTriStimulus(float*, std::int32_t) override { Fail("GetTriStimulus"); }
-    void GetDensities(float*, std::int32_t*, std::int32_t) override { Fail("GetDensities"); }
-    void GetDensity(float*, std::int32_t) override { Fail("GetDensity"); }
-    void SetSubstrate(const float*) override { Fail("SetSubstrate"); }
-    ModeState::Options& GetOptions() override { Fail("GetOptions"); }
-    std::string GetAvailableMeasureModes() override { Fail("GetAvailableMeasureModes"); }
-    std::int32_t GetMode() override { Fail("GetMode"); }
-    void SetMeasureMode(const std::string&) override { Fail("SetMeasureMode"); }
-    void SetDeviceSpecificOption(const std::string&, const std::string&) override { Fail("SetOption"); }
-    std::string GetDeviceSpecificOption(const std::string&) override { Fail("GetOption"); }
-
-private:
-    [[noreturn]] static void Fail(const char* method)
-    {
-        throw IOException("No devices connected", THROW_LOCATION("AbsentProxy", method));
-    }
-
-    std::string deviceType;
-};
 
 template<class T>
 using SmartPointer = Vondrel::Utilities::Tools::SmartPointer<T>;
 
-Context* NewAbsentContext(const std::string& deviceType)
+template<class Validator>
+Context* NewContext(SDKProxy* newProxy)
 {
-    return new Context(SmartPointer<SDKProxy>(new AbsentProxy(deviceType)),
-                       SmartPointer<ContextParameterValidator>(new ContextParameterValidator));
+    const SmartPointer<SDKProxy> proxy(newProxy);
+    return new Context(proxy, SmartPointer<ContextParameterValidator>(new Validator));
 }
 
 Context* NewSpectrophotometer(std::int32_t id)
 {
-    using Vondrel::Utilities::Tools::lexical_cast;
-    return NewAbsentContext(id == 0 ? "Orvex" : "Orvex" + lexical_cast<std::string>(id));
+    return NewContext<OrvexContextValidator>(new OrvexSDKProxy(id));
 }
 
 Context* NewColorimeter(std::int32_t)
 {
-    return NewAbsentContext("OrvexDisplay");
+    return NewContext<ZelkovaSDK::ZelkovaContextValidator>(new ZelkovaSDK::ZelkovaSDKProxy);
 }
 
-bool NoneAttached()
+bool IsSpectrophotometerAttached()
 {
-    return false;
+    try {
+        return USBBrowser::Instance()->IsAnyOrvexConnected();
+    } catch (abi::__forced_unwind&) {
+        throw;
+    } catch (...) {
+        return false;
+    }
 }
 
 /// In the order of preference.
 constexpr DeviceKind deviceKinds[] = {
-    {0, 127, NoneAttached, NewSpectrophotometer},
-    {1000, 1000, NoneAttached, NewColorimeter},
+    {0, 127, IsSpectrophotometerAttached, NewSpectrophotometer},
+    {1000, 1000, ZelkovaSDK::IsAnyZelkovaConnected, NewColorimeter},
 };
 
 }

@@ -1,0 +1,111 @@
+#include "Vondrel/DeviceDriver/ox/c_sdk/src/ox/OrvexContextValidator.h"
+
+#include "Vondrel/DeviceDriver/ox/c_sdk/src/SDKProxy/Vocabulary.h"
+#include "Vondrel/DeviceDriver/ox/c_sdk/src/ox_c_sdk/ContextManager.h"
+#include "Vondrel/Utilities/Exceptions/TraceGuard.h"
+
+#include <algorithm>
+
+namespace OrvexSDK {
+
+namespace {
+
+SDKProxy& Proxy()
+{
+    return *ContextManager::Instance().Current().Proxy();
+}
+
+OrvexSDKProxy::Orvex& Device()
+{
+    return *dynamic_cast<OrvexSDKProxy&>(Proxy()).GetDevice();
+}
+
+[[noreturn]] void Refuse(std::int32_t code, const std::string& text, const char* method)
+{
+    throw SDKError(code, text, THROW_LOCATION("OrvexContextValidator", method));
+}
+
+bool ReadsDensities(const std::string& function)
+{
+    return function == "OX_GetDensities" || function == "OX_GetDensity" || function == "OX_SetSubstrate";
+}
+
+bool ReadsSamples(const std::string& function)
+{
+    return function == "OX_GetSpectrum" || function == "OX_GetTriStimulus";
+}
+
+}
+
+void OrvexContextValidator::Validate(const std::string& functionName, const CallParameters& parameters)
+try {
+    // A refused call leaves a visible mark in the caller's array.
+    if (parameters.buffer != nullptr)
+        std::fill_n(parameters.buffer, parameters.bufferSize, -1000.0F);
+    if (ReadsDensities(functionName)) {
+        ValidateReflectanceMode();
+        ValidatePointer(parameters.buffer);
+    } else if (ReadsSamples(functionName)) {
+        ValidatePointer(parameters.buffer);
+    } else if (functionName == "OX_SetOption") {
+        ValidateSetOption(parameters);
+    } else if (functionName == "OX_GetDeviceInfo" || functionName == "OX_GetOption") {
+        ValidateRecognition(ContextParameterValidator::Validate(parameters.key));
+    } else if (functionName == "OX_TriggerCountedScan" && parameters.index <= 0) {
+        Refuse(OX_InvalidParameter, "count must be > 0 !!", "Validate");
+    }
+}
+TRACE_GUARD("OrvexContextValidator", "Validate")
+
+void OrvexContextValidator::ValidateReflectanceMode()
+{
+    const std::int32_t mode = Device().GetMode();
+    if (mode == SingleReflectance || mode == ScanningReflectance)
+        return;
+    Refuse(OX_NotSupported,
+           "density calculation only supported in reflectance mode. Current mode is " + TranslateMeasureMode(mode),
+           "Validate");
+}
+
+void OrvexContextValidator::ValidateSetOption(const CallParameters& parameters)
+{
+    const std::string key = ContextParameterValidator::Validate(parameters.key);
+    const std::string value = ContextParameterValidator::Validate(parameters.value);
+    if (key == Key::PhysicalFilter)
+        Refuse(OX_InvalidParameter, "The physical filter can not be set !!", "Validate");
+    ValidateRecognition(key);
+    ValidateMeasureMode(key, value);
+    ValidateResetMode(key, value);
+}
+
+void OrvexContextValidator::ValidateRecognition(const std::string& key)
+{
+    if (key != Key::Recognition)
+        return;
+    const std::int32_t mode = Device().GetMode();
+    if (mode != ScanningReflectance && mode != ScanningAmbientLight)
+        Refuse(OX_NotSupported, "recoginition only supported in reflectance-scan mode", "ValidateRecognition");
+}
+
+void OrvexContextValidator::ValidateMeasureMode(const std::string& key, const std::string& value)
+{
+    if (key != Key::MeasurementMode)
+        return;
+    const auto is = [&value](std::int32_t mode) { return value == TranslateMeasureMode(mode); };
+    if (Device().IsOrvexMonitor() && (is(SingleReflectance) || is(ScanningReflectance)))
+        Refuse(OX_NotSupported, "the connected device is a ox-monitor and doesn't support reflectance measurements !",
+               "ValidateMeasureMode");
+    if (!Device().HasAmbientLightSupport() && (is(ScanningAmbientLight) || is(SingleAmbientLight)))
+        Refuse(OX_NotSupported, "the connected device doesn't support ambient-light measurements !",
+               "ValidateMeasureMode");
+}
+
+void OrvexContextValidator::ValidateResetMode(const std::string& key, const std::string& value)
+{
+    if (key != "Reset" || value == "All" || value.starts_with("Orvex"))
+        return;
+    if (Proxy().GetAvailableMeasureModes().find(value) == std::string::npos)
+        Refuse(OX_NotSupported, "the connected device doesn't support \"" + value + "\" !", "ValidateResetMode");
+}
+
+}

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "Vondrel/DeviceDriver/ox/c_sdk/src/ox/OrvexSDKProxy.h"
+#include "Vondrel/DeviceDriver/ox/c_sdk/src/ox_c_sdk/ContextParameterValidator.h"
+
+namespace OrvexSDK {
+
+/// The rules of the spectrophotometer. The device is asked only when a rule needs it: options that concern the library
+/// itself work with nothing attached.
+class OrvexContextValidator : public ContextParameterValidator {
+public:
+    void Validate(const std::string& functionName, const CallParameters& parameters) override;
+
+private:
+    void ValidateSetOption(const CallParameters& parameters);
+    void ValidateRecognition(const std::string& key);
+    void ValidateMeasureMode(const std::string& key, const std::string& value);
+    void ValidateResetMode(const std::string& key, const std::string& value);
+    void ValidateReflectanceMode();
+};
+
+}

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "Vondrel/DeviceDriver/ox/c_sdk/src/ox_c_sdk/ContextParameterValidator.h"
+
+namespace ZelkovaSDK {
+
+/// The rules of the display colorimeter.
+class ZelkovaContextValidator : public OrvexSDK::ContextParameterValidator {
+public:
+    void Validate(const std::string& functionName, const OrvexSDK::CallParameters& parameters) override;
+
+private:
+    static void ValidateMeasureMode(const std::string& value);
+    static void ValidateScreenType();
+    static void ValidateIndex(const OrvexSDK::CallParameters& parameters);
+};
+
+}
