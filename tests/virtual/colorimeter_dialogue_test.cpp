@@ -1,0 +1,325 @@
+// What each kind of colorimeter answers, byte by byte.
+
+#include "tests/virtual/ColorimeterRig.h"
+#include "virtual/bench/Refusal.h"
+
+#include <gmock/gmock.h>
+
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+using Bytes = std::vector<std::uint8_t>;
+using Road = Virtual::Place::Road;
+
+namespace {
+
+Bytes Text(std::uint8_t echo, const std::string& text)
+{
+    Bytes bytes{echo};
+    bytes.insert(bytes.end(), text.begin(), text.end());
+    return bytes;
+}
+
+TEST(ColorimeterDialogue, TellsItsVersion)
+{
+    struct Case {
+        int type;
+        Road road;
+        const char* set;
+        const char* told;
+    };
+    const Case cases[] = {
+        {2, Road::serial, nullptr, "3.50"}, {4, Road::usb, nullptr, "4.10"},
+        {9, Road::serial, nullptr, "5.01"}, {11, Road::usb, nullptr, "3.10"},
+        {22, Road::usb, nullptr, "6.05"},   {2, Road::serial, "1.23abc", "1.23abc"},
+        {2, Road::usb, "1.23abc", "1.23a"}, {4, Road::serial, "12345678", "12345678"},
+        {4, Road::serial, "", ""},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.told);
+        ColorimeterRig rig(c.type, c.road);
+        if (c.set)
+            rig->SetText("version", c.set);
+        EXPECT_THAT(rig.Ask({0}), ElementsAreArray(Text(0, c.told)));
+    }
+}
+
+TEST(ColorimeterDialogue, CodeAndLengthHaveTheMeaningOfTheType)
+{
+    struct Case {
+        const char* what;
+        int type;
+        Bytes command;
+        std::size_t replySize; // 0: unknown
+    };
+    const Case cases[] = {
+        {"the first generation has no fine period", 2, {9}, 0},
+        {"nor edges", 2, {13, 1, 1, 1}, 0},
+        {"a length that the code does not have", 4, {8}, 0},
+        {"a code that nobody has", 4, {99}, 0},
+        {"16 with a wide number of edges", 19, {16, 0, 1}, 5},
+        {"which others lack", 4, {16, 0, 1}, 0},
+        {"17 with a loop period", 10, {17, 0, 0, 0, 1}, 1},
+        {"17 with wide edges", 21, {17, 0, 1}, 5},
+        {"18 reads the loop period", 10, {18}, 5},
+        {"which the loop with registers lacks", 11, {18}, 0},
+        {"19 counts a channel", 20, {19, 1}, 5},
+        {"19 writes an extended cell", 10, {19, 1, 0, 7}, 1},
+        {"20 reads an extended cell", 11, {20, 1, 0}, 4},
+        {"20 sets wide edges", 22, {20, 0, 5, 0}, 1},
+        {"21 reads wide edges", 22, {21, 0}, 4},
+        {"21 sets a dark value", 11, {21, 0, 0, 0, 5}, 1},
+        {"trigger mode", 11, {29}, 2},
+        {"which the fixed loop lacks", 10, {29}, 0},
+        {"data format", 10, {27}, 2},
+        {"lock detector", 11, {36}, 2},
+        {"which the fixed loop lacks", 10, {36}, 0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.what << ", type " << c.type);
+        ColorimeterRig serial(c.type, Road::serial);
+        EXPECT_EQ(serial.Ask(c.command).size(), c.replySize);
+        ColorimeterRig usb(c.type, Road::usb);
+        const Bytes reply = usb.Ask(c.command);
+        if (c.replySize == 0)
+            EXPECT_THAT(reply, ElementsAre(0xEE));
+        else
+            EXPECT_EQ(reply[0], c.command[0]);
+    }
+}
+
+TEST(ColorimeterDialogue, TimeLimitedCommandsBelongToSomeRevisions)
+{
+    for (const auto& [version, known] : {std::pair{"4.40", false}, {"4.41", true}, {"4.49", true}, {"4.50", false}}) {
+        SCOPED_TRACE(version);
+        ColorimeterRig rig(4, Road::serial);
+        rig->SetText("version", version);
+        EXPECT_EQ(rig.Ask({16, 1, 1, 1, 255}).size(), known ? 6U : 0U);
+        EXPECT_EQ(rig.Ask({17}).size(), known ? 6U : 0U);
+    }
+}
+
+TEST(ColorimeterDialogue, MemoryKeepsWhatIsWritten)
+{
+    ColorimeterRig rig(4, Road::serial);
+    EXPECT_THAT(rig.Ask({8, 121}), ElementsAre(8, 121, 'C'));
+    EXPECT_THAT(rig.Ask({7, 10, 0x5A}), ElementsAre(7));
+    EXPECT_EQ(rig.Cell(10), 0x5A);
+
+    rig->ProtectMemory(10, true);
+    rig.Ask({7, 10, 1});
+    EXPECT_EQ(rig.Cell(10), 0x5A) << "one cell is held";
+    rig.Ask({7, 11, 1});
+    EXPECT_EQ(rig.Cell(11), 1);
+
+    rig->SetNumber("memory-writable", 0);
+    rig.Ask({7, 11, 2});
+    EXPECT_EQ(rig.Cell(11), 1) << "all are held";
+
+    rig->Unplug(0);
+    rig->Plug(0);
+    EXPECT_EQ(rig.Cell(10), 0x5A) << "it needs no power";
+    EXPECT_EQ(rig.Cell(200), 0xFF) << "there is no such cell";
+    rig.Ask({7, 200, 3});
+    EXPECT_EQ(rig.Cell(200), 0xFF);
+}
+
+TEST(ColorimeterDialogue, OnlyTheOldestHeadCannotBeWritten)
+{
+    for (const int type : {5, 6, 13, 14}) {
+        ColorimeterRig rig(type, Road::usb);
+        const auto before = rig.Cell(0);
+        rig.Ask({7, 0, 0xA5});
+        EXPECT_EQ(rig.Cell(0), type == 5 ? before : 0xA5) << type;
+    }
+}
+
+TEST(ColorimeterDialogue, ExtendedCellsReachBeyondTheFirst256)
+{
+    ColorimeterRig rig(11, Road::usb);
+    EXPECT_THAT(rig.Ask({19, 0x1F, 0xFF, 7}), ElementsAre(19));
+    EXPECT_THAT(rig.Ask({20, 0x1F, 0xFF}), ElementsAre(20, 0x1F, 0xFF, 7));
+    EXPECT_THAT(rig.Ask({20, 0x20, 0x00}), ElementsAre(20, 0x20, 0x00, 0xFF)) << "behind the last cell";
+    rig.Ask({7, 3, 0x77});
+    EXPECT_EQ(rig.Ask({20, 0, 3})[3], 0x77) << "one memory for both commands";
+}
+
+TEST(ColorimeterDialogue, RegistersReadBack)
+{
+    ColorimeterRig rig(11, Road::serial);
+    rig.Ask({32, 0x01, 0x77});
+    rig.Ask({34, 0x00, 0x60});
+    rig.Ask({30, 0xF1});
+    rig.Ask({26, 3});
+    rig.Ask({28, 4});
+    EXPECT_THAT(rig.Ask({33}), ElementsAre(33, 0x01, 0x77));
+    EXPECT_THAT(rig.Ask({35}), ElementsAre(35, 0x00, 0x60));
+    EXPECT_THAT(rig.Ask({31}), ElementsAre(31, 0xF1));
+    EXPECT_THAT(rig.Ask({27}), ElementsAre(27, 3));
+    EXPECT_THAT(rig.Ask({29}), ElementsAre(29, 4));
+    rig->Unplug(0);
+    rig->Plug(0);
+    EXPECT_THAT(rig.Ask({29}), ElementsAre(29, 0)) << "without power they are forgotten";
+
+    ColorimeterRig fixedLoop(10, Road::serial);
+    fixedLoop.Ask({17, 1, 2, 3, 4});
+    EXPECT_THAT(fixedLoop.Ask({18}), ElementsAre(18, 1, 2, 3, 4));
+}
+
+TEST(ColorimeterDialogue, LoopLocksAfterSomeReadings)
+{
+    ColorimeterRig rig(11, Road::usb);
+    const auto locked = [&] { return rig.Ask({36})[1] >= 240; };
+    EXPECT_FALSE(locked());
+    EXPECT_FALSE(locked());
+    EXPECT_TRUE(locked());
+    rig.Ask({34, 0, 80});
+    EXPECT_FALSE(locked()) << "a new register unlocks it";
+    rig->SetNumber("lock-after", -1);
+    for (int i = 0; i < 100; ++i)
+        ASSERT_FALSE(locked());
+    rig->SetNumber("lock-after", 0);
+    EXPECT_TRUE(locked());
+}
+
+TEST(ColorimeterDialogue, DarkValuesLieInTheMemory)
+{
+    ColorimeterRig rig(11, Road::usb);
+    EXPECT_EQ(rig.CellLong(103), 800U);
+    rig.Ask({22, 0x00, 0x01, 0x02, 0x03});
+    EXPECT_EQ(rig.CellLong(107), 0x00010203U);
+    EXPECT_EQ(rig.CellLong(103), 800U);
+}
+
+TEST(ColorimeterDialogue, IntegrationTimeIsTakenWithinItsLimit)
+{
+    ColorimeterRig rig(4, Road::serial);
+    const auto set = [&](std::uint8_t low) { return rig.Ask({5, 0, 0, 1, low}); };
+    EXPECT_EQ(rig.AskLong({6}), 416667U);
+    EXPECT_THAT(set(2), ElementsAre(5));
+    EXPECT_EQ(rig.AskLong({6}), 0x102U);
+    EXPECT_EQ(rig->GetNumber("integration-ticks"), 0x102);
+    rig->SetNumber("ticks-limit", 100);
+    set(3);
+    EXPECT_EQ(rig.AskLong({6}), 100U);
+    rig->SetNumber("ticks-limit", -1);
+    EXPECT_THAT(set(4), ElementsAre(5));
+    EXPECT_EQ(rig.AskLong({6}), 100U);
+}
+
+TEST(ColorimeterDialogue, EdgeCountsWaitToBeFetched)
+{
+    ColorimeterRig rig(4, Road::serial);
+    const auto frequency = rig.AskLong({2});
+    const auto edgeCounts = [&] { return rig.Ask({13, 1, 1, 1}); };
+    edgeCounts();
+    const auto waiting = rig.AskLong({2});
+    EXPECT_NE(waiting, frequency);
+    EXPECT_EQ(rig.busy, 0) << "it had been counted before";
+    EXPECT_EQ(rig.AskLong({2}), frequency) << "fetched once";
+    edgeCounts();
+    rig.Ask({1});
+    EXPECT_EQ(rig.AskLong({2}), frequency) << "a reading of red drops what waits";
+}
+
+TEST(ColorimeterDialogue, WideEdgesAreSetByChannel)
+{
+    ColorimeterRig rig(19, Road::usb);
+    const auto one = rig.AskLong({22});
+    rig.Ask({20, 0x01, 0x2C, 0});
+    rig.Ask({20, 0xFF, 0xFF, 2});
+    EXPECT_THAT(rig.Ask({21, 0}), ElementsAre(21, 0, 0x01, 0x2C));
+    EXPECT_THAT(rig.Ask({21, 1}), ElementsAre(21, 1, 0x00, 0x01));
+    EXPECT_THAT(rig.Ask({21, 2}), ElementsAre(21, 2, 0xFF, 0xFF));
+    EXPECT_NEAR(rig.AskLong({22}), 300.0 * one, 300.0);
+    rig.Ask({20, 0, 9, 3});
+    EXPECT_THAT(rig.Ask({21, 3}), ElementsAre(21, 3, 0, 0)) << "no such channel";
+}
+
+TEST(ColorimeterDialogue, FramesAreFoundInTheStream)
+{
+    ColorimeterRig rig(4, Road::serial);
+    const auto send = [&](const Bytes& bytes) {
+        Bytes all;
+        for (const auto& arrival : rig->Receive(bytes, 0))
+            all.insert(all.end(), arrival.bytes.begin(), arrival.bytes.end());
+        return all;
+    };
+    const Bytes reply{3, 8, 121, 'C'};
+    EXPECT_EQ(send({2, 8, 121}), reply);
+    EXPECT_THAT(send({2, 8}), IsEmpty());
+    EXPECT_EQ(send({121}), reply) << "a frame in two writes";
+    EXPECT_EQ(send({0x41, 0xFF, 0x41, 2, 8, 121}), reply) << "with a header";
+    EXPECT_THAT(send({0x41}), IsEmpty());
+    EXPECT_EQ(send({0xFF, 0x41, 2, 8, 121}), reply) << "with a header in two writes";
+    EXPECT_EQ(send({0, 200, 0x41, 9, 2, 8, 121}), reply) << "behind noise";
+    EXPECT_EQ(send({2, 8, 121, 2, 8, 121}).size(), 2 * reply.size());
+    EXPECT_THAT(send({2}), IsEmpty());
+    std::vector<Virtual::Arrival> junk;
+    rig->Open(0, junk);
+    EXPECT_EQ(send({2, 8, 121}), reply) << "an opening drops half a frame";
+}
+
+TEST(ColorimeterDialogue, CommandsAreRunOneAfterTheOther)
+{
+    ColorimeterRig rig(4, Road::serial);
+    const auto arrivals = rig->Receive(Bytes{1, 1, 1, 2}, 1000);
+    ASSERT_EQ(arrivals.size(), 2U);
+    EXPECT_NEAR(double(arrivals[0].due), 1000 + 1'666'668, 1);
+    EXPECT_NEAR(double(arrivals[1].due), 1000 + 2 * 1'666'668, 2);
+}
+
+TEST(ColorimeterDialogue, ReplyDelayComesOnTop)
+{
+    ColorimeterRig rig(4, Road::usb);
+    rig->SetNumber("reply-delay", 0.25);
+    rig.Ask({6});
+    EXPECT_EQ(rig.busy, 250'000);
+}
+
+TEST(ColorimeterDialogue, QueuedAnswersReplaceTheInstrumentsOwn)
+{
+    ColorimeterRig rig(4, Road::usb);
+    rig->QueueAnswer("command:1", Bytes{1, 0, 0, 0, 75});
+    rig->QueueAnswer("command:1", Bytes{1, 0, 0, 0, 76});
+    rig->QueueAnswer("command:99", Bytes{99, 1});
+    rig->SetFault("command:1", 1, 1, "fail", 0);
+    EXPECT_EQ(rig.AskLong({1}), 75U) << "the answer wins over the fault";
+    EXPECT_EQ(rig.AskLong({1}), 76U);
+    EXPECT_GT(rig.AskLong({1}), 1000U);
+    EXPECT_THAT(rig.Ask({99}), ElementsAre(99, 1)) << "also to a command that it does not know";
+    EXPECT_THROW(rig->QueueAnswer("command:1", Bytes(7)), Virtual::Refusal);
+    EXPECT_THROW(rig->QueueAnswer("open", Bytes(1)), Virtual::Refusal);
+    ColorimeterRig serial(4, Road::serial);
+    serial->QueueAnswer("command:1", Bytes(9));
+    EXPECT_EQ(serial.Ask({1}).size(), 9U);
+}
+
+TEST(ColorimeterDialogue, TraceShowsBothDirections)
+{
+    ColorimeterRig rig(4, Road::serial);
+    std::vector<Virtual::Arrival> junk;
+    rig->Open(0, junk);
+    rig->Receive(Bytes{0x41, 0xFF, 0x41, 2, 8, 121}, 0);
+    rig->Close(0);
+    EXPECT_EQ(rig->trace.Text(Virtual::Trace::Channel::main),
+              "open\nheader 41 FF 41\ncommand 08 79\nreply 08 79 43\nclose\n");
+    EXPECT_EQ(rig->CountPassings("command:8"), 1);
+    EXPECT_EQ(rig->CountPassings("any"), 3);
+}
+
+TEST(ColorimeterDialogue, BadNamesAndValuesAreRefused)
+{
+    ColorimeterRig rig(4, Road::usb);
+    EXPECT_THROW(rig->SetNumber("X", -1), Virtual::Refusal);
+    EXPECT_THROW(rig->SetNumber("integration-ticks", 5), Virtual::Refusal);
+    EXPECT_THROW(rig->SetNumber("lock-after", 1.5), Virtual::Refusal);
+    EXPECT_THROW(rig->SetText("version", "123456789"), Virtual::Refusal);
+    EXPECT_THROW(rig->SetText("position", "diffuser"), Virtual::Refusal) << "only one type has an ambient head";
+    EXPECT_THROW(rig->GetText("port"), Virtual::Refusal);
+    EXPECT_THROW(rig->ProtectMemory(128, true), Virtual::Refusal);
+    EXPECT_EQ(Virtual::MakeColorimeter(3), nullptr);
+    EXPECT_EQ(Virtual::MakeColorimeter(12), nullptr);
+}
+
+}
