@@ -60,64 +60,73 @@ int OpenOrCreate(const std::string& path)
     return -1;
 }
 
+int OpenAnywhere(const std::string& name)
+{
+    for (const char* directory : directories) {
+        const int descriptor = IsForEverybody(directory) ? OpenOrCreate(std::string(directory) + "/" + name) : -1;
+        if (descriptor >= 0)
+            return descriptor;
+    }
+    return -1;
 }
 
-/// The descriptors of all lock files. A forked child that kept one would hold its parent's lock beyond the parent's
-/// death.
-class LockFile::Open {
+}
+
+/// All lock files. A forked child that kept their descriptors would hold its parent's locks beyond the parent's death.
+class LockFile::All {
 public:
-    static Open& Instance()
+    static All& Instance()
     {
-        static Open& open = *new Open; // never destroyed: the fork handlers stay
-        return open;
+        static All& all = *new All; // never destroyed: the fork handlers stay
+        return all;
     }
 
-    void Add(int descriptor)
+    // Both under the mutex, which no fork comes between.
+
+    void Open(LockFile* file, const std::string& name)
     {
         const std::lock_guard lock(mutex);
-        descriptors.insert(descriptor);
+        files.insert(file);
+        file->descriptor = OpenAnywhere(name);
     }
 
-    void Close(int descriptor)
+    void Close(LockFile* file)
     {
         const std::lock_guard lock(mutex);
-        descriptors.erase(descriptor);
-        CloseDescriptor(descriptor);
+        files.erase(file);
+        file->Close();
     }
 
 private:
-    Open()
+    All()
     {
         ::pthread_atfork([] { Instance().mutex.lock(); }, [] { Instance().mutex.unlock(); },
                          [] {
-                             for (const int descriptor : Instance().descriptors)
-                                 CloseDescriptor(descriptor);
+                             for (LockFile* const file : Instance().files)
+                                 file->Close();
                              Instance().mutex.unlock();
                          });
     }
 
     std::mutex mutex;
-    std::set<int> descriptors;
+    std::set<LockFile*> files;
 };
 
-LockFile::LockFile(const std::string& name) : descriptor(-1)
+LockFile::LockFile(const std::string& name)
 {
-    Open::Instance();
-    for (const char* directory : directories) {
-        if (!IsForEverybody(directory))
-            continue;
-        descriptor = OpenOrCreate(std::string(directory) + "/" + name);
-        if (descriptor >= 0) {
-            Open::Instance().Add(descriptor);
-            return;
-        }
-    }
+    All::Instance().Open(this, name);
 }
 
 LockFile::~LockFile()
 {
-    if (descriptor >= 0)
-        Open::Instance().Close(descriptor);
+    All::Instance().Close(this);
+}
+
+void LockFile::Close()
+{
+    if (IsOpen())
+        CloseDescriptor(descriptor);
+    descriptor = -1;
 }
 
 LockFile::Outcome LockFile::TryLock()

@@ -5,8 +5,8 @@
 namespace Platform::Posix {
 
 /// A file that all users of this machine can lock with flock. The kernel frees the lock with its last descriptor, so a
-/// process that is killed leaves nothing behind. A child that the process forks closes its copy. Never unlinked: a
-/// second file of the same name would be a second lock.
+/// process that is killed leaves nothing behind. A child that the process forks closes its copy, and has no use of the
+/// object. Never unlinked: a second file of the same name would be a second lock.
 class LockFile {
 public:
     enum class Outcome { locked, busy, failed };
@@ -22,9 +22,11 @@ public:
     void Unlock();
 
 private:
-    class Open; ///< list of what is open, for the fork
+    class All; ///< for the fork
 
-    int descriptor;
+    void Close();
+
+    int descriptor = -1;
 };
 
 }

@@ -147,7 +147,8 @@ TEST(SmartPointer, DeletesThePointeeOnceWithItsLastOwner)
             SmartPointer<Counted> second(first);
             SmartPointer<Counted> third;
             third = second;
-            third = third;
+            const SmartPointer<Counted>& itself = third;
+            third = itself;
             first = 0;
             EXPECT_FALSE(first.IsValid());
             EXPECT_EQ(1, alive);
