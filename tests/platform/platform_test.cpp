@@ -1,0 +1,104 @@
+#include "platform/Clock.h"
+#include "platform/Event.h"
+#include "platform/Failure.h"
+#include "platform/Threading.h"
+#include "platform/Tone.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <thread>
+
+TEST(Event, LetsOneWaitThrough)
+{
+    const auto event = Platform::Event::Make();
+    EXPECT_FALSE(event->Wait(0));
+    event->Set();
+    event->Set(); // not counted
+    EXPECT_TRUE(event->Wait(std::nullopt));
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(event->Wait(20));
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(20));
+}
+
+TEST(Event, WakesAWaitingThread)
+{
+    const auto ping = Platform::Event::Make();
+    const auto pong = Platform::Event::Make();
+    int ball = 0; // guarded by whose turn it is
+    std::thread other([&] {
+        for (int i = 0; i < 200; ++i) {
+            EXPECT_TRUE(ping->Wait(std::nullopt));
+            ++ball;
+            pong->Set();
+        }
+    });
+    for (int i = 0; i < 200; ++i) {
+        ++ball;
+        ping->Set();
+        EXPECT_TRUE(pong->Wait(60000));
+    }
+    other.join();
+    EXPECT_EQ(400, ball);
+}
+
+TEST(RunningThread, LeavesTheApplicationsSignalsAlone)
+{
+    sigset_t before;
+    pthread_sigmask(SIG_SETMASK, nullptr, &before);
+    sigset_t there;
+    const auto thread = Platform::RunningThread::Start(
+        [](void* set) { pthread_sigmask(SIG_SETMASK, nullptr, static_cast<sigset_t*>(set)); }, &there);
+    ASSERT_TRUE(thread);
+    EXPECT_TRUE(thread->Join(std::nullopt));
+    EXPECT_EQ(1, sigismember(&there, SIGINT));
+    EXPECT_EQ(1, sigismember(&there, SIGTERM));
+    EXPECT_EQ(0, sigismember(&there, SIGSEGV));
+    sigset_t after;
+    pthread_sigmask(SIG_SETMASK, nullptr, &after);
+    EXPECT_EQ(sigismember(&before, SIGINT), sigismember(&after, SIGINT));
+}
+
+TEST(RunningThread, GetsItsPriorityBack)
+{
+    const std::int32_t first = Platform::RaisePriority();
+    Platform::RestorePriority(first);
+    const std::int32_t second = Platform::RaisePriority();
+    Platform::RestorePriority(second);
+    EXPECT_EQ(first, second);
+}
+
+TEST(Clock, RunsForward)
+{
+    const std::int64_t wall = Platform::NowMicroseconds();
+    const std::int64_t start = Platform::MonotonicMicroseconds();
+    Platform::SleepMicroseconds(-1);
+    Platform::SleepMicroseconds(5000);
+    EXPECT_GE(Platform::MonotonicMicroseconds() - start, 5000);
+    EXPECT_GT(wall, 1'600'000'000LL * 1'000'000);
+}
+
+TEST(Clock, RefusesMomentsBeyondTheCalendar)
+{
+    Platform::CalendarTime local{};
+    EXPECT_FALSE(Platform::ToLocalTime(INT64_MAX, local));
+    char text[8];
+    EXPECT_EQ(0U, Platform::FormatLocalTime(INT64_MAX, "%Y", text, sizeof text));
+    EXPECT_EQ(0U, Platform::FormatLocalTime(0, "%Y-%m-%d", text, sizeof text)); // does not fit
+    EXPECT_EQ(-1, Platform::FromLocalTime({INT32_MIN, 1, 1, 0, 0, 0}));
+    EXPECT_EQ(-1, Platform::FromLocalTime({2000, INT32_MIN, 1, 0, 0, 0}));
+}
+
+TEST(ErrorText, HasWordsForNumbers)
+{
+    EXPECT_STREQ("permission denied", Platform::ErrorText(EACCES));
+    EXPECT_STREQ("unknown error", Platform::ErrorText(-7));
+}
+
+TEST(Tone, IsSilentWhereThereIsNoSound)
+{
+    Platform::Beep(0, 10);
+    Platform::Beep(400, -1);
+}
