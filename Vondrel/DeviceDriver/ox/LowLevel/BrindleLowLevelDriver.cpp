@@ -1,8 +1,8 @@
 #include "Vondrel/DeviceDriver/ox/LowLevel/BrindleLowLevelDriver.h"
 
+#include "Vondrel/DeviceDriver/GENERIC/Calculation/Truncate.h"
 #include "Vondrel/DeviceDriver/GENERIC/Configuration/ConfigurationDataConverter.h"
 #include "Vondrel/DeviceDriver/GENERIC/Utilities/Timing.h"
-#include "Vondrel/DeviceDriver/ox/LowLevel/Truncation.h"
 #include "Vondrel/Utilities/Exceptions/DeviceDriverException.h"
 #include "Vondrel/Utilities/Exceptions/ResourceException.h"
 #include "Vondrel/Utilities/Exceptions/TraceGuard.h"
@@ -27,6 +27,7 @@ using namespace Generic::Configuration;
 using Generic::CPLDStep;
 using Generic::FirmwareBlocks;
 using Generic::Calculation::SensorData;
+using Generic::Calculation::Truncate;
 using Generic::Utilities::Timing;
 using Utilities::Exceptions::ResourceException;
 using Utilities::Tools::SmartPointer;
@@ -88,7 +89,7 @@ struct BrindleLowLevelDriver::Request {
     bool IsSimulated() const { return dark && simulate && !scan; }
     float Duration(std::size_t spectra) const { return static_cast<float>(spectra) * time + delay; }
     std::size_t Count() const { return static_cast<std::size_t>(count); }
-    std::int64_t LimitSeconds() const { return std::max<std::int64_t>(1, Truncate(Duration(Count()) + 0.5F)); }
+    std::int64_t LimitSeconds() const { return std::max(1, Truncate(Duration(Count()) + 0.5F)); }
 };
 
 BrindleLowLevelDriver::BrindleLowLevelDriver(Generic::EventListener* listener, std::int32_t deviceIndex)

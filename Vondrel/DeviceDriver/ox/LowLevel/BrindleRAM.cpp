@@ -1,7 +1,7 @@
 #include "Vondrel/DeviceDriver/ox/LowLevel/BrindleRAM.h"
 
+#include "Vondrel/DeviceDriver/GENERIC/Calculation/Truncate.h"
 #include "Vondrel/DeviceDriver/GENERIC/Configuration/ConfigurationDataConverter.h"
-#include "Vondrel/DeviceDriver/ox/LowLevel/Truncation.h"
 #include "Vondrel/Utilities/Exceptions/DeviceDriverException.h"
 #include "Vondrel/Utilities/Exceptions/ResourceException.h"
 #include "Vondrel/Utilities/Exceptions/TraceGuard.h"
@@ -12,6 +12,7 @@ namespace Vondrel::DeviceDriver::Ox {
 
 using namespace Generic::Configuration;
 using namespace Generic::Configuration::ConfigurationDataConverter;
+using Generic::Calculation::Truncate;
 using Utilities::Exceptions::ResourceException;
 
 namespace {
@@ -22,7 +23,8 @@ constexpr const char* conditionsName = "PhysicalConditions";
 constexpr float defaultTickLength = 6.8e-5F;
 constexpr std::uint16_t defaultMultiplier = 130;
 
-constexpr std::int64_t maxTicks = 65535;
+constexpr float beyondAnyMode = 2.0e9F; // microseconds
+constexpr std::int32_t maxTicks = 65535;
 constexpr std::int32_t maxSpectra = 256; // of a measurement that is no counted scan
 constexpr std::int32_t maxScanCount = 65535;
 
@@ -36,7 +38,7 @@ std::int32_t Bit(std::uint8_t flags, MeasureFlag flag)
     return (flags & flag) != 0 ? 1 : 0;
 }
 
-std::uint16_t LowWord(std::int64_t value)
+std::uint16_t LowWord(std::int32_t value)
 {
     return static_cast<std::uint16_t>(value & 0xFFFF);
 }
@@ -148,7 +150,8 @@ try {
         return;
     }
     // The product is single precision, as its operands: 0.02 s are 20000 microseconds then.
-    const auto microseconds = Truncate(container.GetProperty(IntegrationTime).AsFloat() * 1000000.0F);
+    const float product = container.GetProperty(IntegrationTime).AsFloat() * 1000000.0F;
+    const auto microseconds = Truncate(std::clamp(product, -beyondAnyMode, beyondAnyMode));
     for (unsigned number = 1;; ++number) {
         functionality->SetMeasureMode(static_cast<std::uint8_t>(number));
         const auto mode = functionality->GetMeasureMode();
