@@ -5,7 +5,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -51,8 +50,9 @@ public:
     void Remove(oxv_device device);
     void Reset();
 
-    /// Throws Refusal for a handle that names no instrument.
-    Instrument& Find(oxv_device device);
+    /// Throw Refusal for a handle that names no instrument.
+    const Entry& EntryOf(oxv_device device) const;
+    Instrument& Find(oxv_device device) const;
 
     /// All instruments, ordered by kind, road and place.
     const std::vector<Entry>& Entries() const { return entries; }
@@ -68,8 +68,9 @@ public:
 
     // ---- the clock
 
-    Moment Now() const;             ///< microseconds, never steps back
-    std::int64_t WallClock() const; ///< microseconds since 1970
+    Moment Now() const;                            ///< microseconds, never steps back
+    std::int64_t WallClock() const;                ///< microseconds since 1970
+    Moment After(std::int64_t microseconds) const; ///< so long after now, never negative; the end of time if beyond
     bool ClockIsReal() const { return real; }
     void SetClockReal(bool on);
 
@@ -93,8 +94,8 @@ public:
     /// A sleep of the host: interrupt messages and removals that are due before its end are delivered first.
     void Sleep(BenchLock& lock, std::int64_t microseconds);
 
-    /// Waits in real time until the host has fetched every interrupt message and removal due by `moment`.
-    bool Settle(BenchLock& lock, Moment moment, std::int64_t realMilliseconds);
+    /// Waits in real time until the host has taken up every interrupt message and removal that is due by now.
+    bool Settle(BenchLock& lock, std::int64_t realMilliseconds);
 
     /// Something has happened that may end a wait: everybody looks again.
     void Changed();
@@ -102,9 +103,10 @@ public:
 private:
     struct Waiter;
     Bench();
-    void Insert(Entry entry);
-    bool Settled() const;
-    std::optional<Moment> FirstMessageDue() const;
+    void ChoosePlace(Entry& entry) const;
+    std::uint64_t SeedOf(const Entry& entry) const;
+    bool IsSettled() const;
+    std::optional<Moment> NextMessage() const;
     void Block(BenchLock& lock, std::optional<std::int64_t> realMilliseconds);
 
     std::vector<Entry> entries;

@@ -84,8 +84,6 @@ void Instrument::Plug(Moment now)
     CableChanged(now);
 }
 
-void Instrument::ClockMoved(Moment) { }
-
 std::optional<Moment> Instrument::NextMessage() const
 {
     return std::nullopt;
@@ -118,7 +116,7 @@ void Instrument::SetNumber(std::string_view name, double value)
 
 double Instrument::GetNumber(std::string_view name) const
 {
-    return numbers[RowOf(name)];
+    return TellNumber(RowOf(name));
 }
 
 void Instrument::SetText(std::string_view name, std::string_view)

@@ -61,9 +61,6 @@ public:
 
     // ---- what it says by itself; only instruments with an interrupt pipe do
 
-    /// The clock has moved: what is due by now is delivered.
-    virtual void ClockMoved(Moment now);
-
     /// When the next message, already under way, is due; none if there is none.
     virtual std::optional<Moment> NextMessage() const;
 
@@ -116,6 +113,9 @@ protected:
 
     /// Sets a row without any check and without NumberChanged: for what the instrument tells by itself.
     void StoreNumber(std::size_t row, double value) { numbers[row] = value; }
+
+    /// What a number reads as; for what changes without being set.
+    virtual double TellNumber(std::size_t row) const { return Number(row); }
 
     /// A number has been set from outside.
     virtual void NumberChanged(std::size_t row) = 0;

@@ -1,0 +1,377 @@
+#include "virtual/spectrophotometer/UsbPort.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace Virtual {
+
+namespace {
+
+constexpr std::uint8_t keyMessage[] = {1, 0, 0, 0, 0, 0, 0, 0};
+constexpr std::uint8_t measureRequest = 0xC0;
+constexpr std::uint8_t resetRequest = 0xCA;
+
+const char* EndingWord(Ending ending)
+{
+    switch (ending) {
+    case Ending::stalled:
+        return "stalled";
+    case Ending::gone:
+        return "gone";
+    case Ending::cancelled:
+        return "cancelled";
+    default:
+        return "failed";
+    }
+}
+
+Trace::Channel ChannelOf(PipeKind kind)
+{
+    return kind == PipeKind::interruptIn ? Trace::Channel::interrupt : Trace::Channel::main;
+}
+
+const char* ReadName(PipeKind kind)
+{
+    return kind == PipeKind::interruptIn ? "interrupt-read" : "bulk-read";
+}
+
+std::string PipeText(const char* what, PipeKind kind)
+{
+    return what + std::to_string(static_cast<unsigned>(kind));
+}
+
+}
+
+UsbPort::UsbPort(Instrument& owner, Firmware& program) : instrument(owner), firmware(program) { }
+
+std::shared_ptr<OpenPipe> UsbPort::Open(PipeKind kind, Moment now, Ending& ending)
+{
+    ending = Ending::gone;
+    if (!instrument.IsPlugged())
+        return nullptr;
+    switch (instrument.faults.Pass({"open", PipeText("open:", kind), "any"})) {
+    case Fault::unplug:
+        instrument.Unplug(now);
+        return nullptr;
+    case Fault::fail:
+        ending = Ending::failed;
+        return nullptr;
+    case Fault::denied:
+        ending = Ending::denied;
+        return nullptr;
+    case Fault::busy:
+        ending = Ending::busy;
+        return nullptr;
+    default:
+        break;
+    }
+    ending = Ending::done;
+    instrument.trace.Add(ChannelOf(kind), PipeText("open ", kind));
+    auto pipe = std::make_shared<OpenPipe>(OpenPipe{kind, instrument.Session()});
+    if (kind == PipeKind::interruptIn)
+        interruptPipes.push_back(pipe);
+    return pipe;
+}
+
+void UsbPort::Close(OpenPipe& pipe, Moment now)
+{
+    if (!pipe.open)
+        return;
+    pipe.open = false;
+    for (const auto& transfer : std::vector<Holder>(inFlight))
+        if (transfer->pipe.get() == &pipe)
+            Cancel(*transfer, now);
+    std::erase_if(interruptPipes, [](const auto& other) { return other.expired() || !other.lock()->open; });
+    if (interruptPipes.empty())
+        messages.clear();
+    if (instrument.faults.Pass({"close", "any"}) == Fault::unplug)
+        instrument.Unplug(now);
+    instrument.trace.Add(ChannelOf(pipe.kind), PipeText("close ", pipe.kind));
+}
+
+bool UsbPort::Lives(const OpenPipe& pipe) const
+{
+    return pipe.open && instrument.IsPlugged() && pipe.session == instrument.Session();
+}
+
+Fault UsbPort::Pass(const Transfer& transfer)
+{
+    auto& faults = instrument.faults;
+    switch (transfer.pipe->kind) {
+    case PipeKind::bulkIn:
+        return faults.Pass({"bulk-read", "any"});
+    case PipeKind::bulkOut:
+        return faults.Pass({"bulk-write", "any"});
+    case PipeKind::interruptIn:
+        return faults.Pass({"interrupt-read"});
+    case PipeKind::control:
+        break;
+    }
+    const std::string point = "control:" + HexBytes({&transfer.setup.request, 1}).substr(1);
+    return transfer.setup.request == resetRequest ? faults.Pass({"control", point, "reset", "any"})
+                                                  : faults.Pass({"control", point, "any"});
+}
+
+void UsbPort::Submit(const Holder& transfer, Moment now)
+{
+    transfer->inFlight = true;
+    transfer->due.reset();
+    transfer->moved = 0;
+    const PipeKind kind = transfer->pipe->kind;
+    const bool numbered = kind == PipeKind::bulkIn || kind == PipeKind::interruptIn;
+    inFlight.push_back(transfer);
+    if (kind == PipeKind::interruptIn)
+        transfer->pipe->busyHost = false;
+    if (!Lives(*transfer->pipe))
+        return End(*transfer, Ending::gone, 0, now);
+
+    if (numbered) {
+        transfer->number = ++lastNumber;
+        instrument.trace.Add(ChannelOf(kind),
+                             std::string("submit ") + ReadName(kind) + " " + std::to_string(transfer->size) + " #"
+                                 + std::to_string(transfer->number));
+    }
+    Perform(*transfer, Pass(*transfer), now);
+    if (kind == PipeKind::control)
+        TraceControl(*transfer);
+}
+
+void UsbPort::Perform(Transfer& transfer, Fault fault, Moment now)
+{
+    if (EndsAtOnce(transfer, fault, now))
+        return;
+    switch (transfer.pipe->kind) {
+    case PipeKind::control:
+        return PerformControl(transfer, fault, now);
+    case PipeKind::bulkIn:
+        return PerformBulkRead(transfer, fault, now);
+    case PipeKind::bulkOut:
+        return PerformBulkWrite(transfer, fault, now);
+    case PipeKind::interruptIn:
+        return AwaitMessage(transfer, now);
+    }
+}
+
+bool UsbPort::EndsAtOnce(Transfer& transfer, Fault fault, Moment now)
+{
+    switch (fault) {
+    case Fault::fail:
+        End(transfer, Ending::failed, 0, now);
+        return true;
+    case Fault::stall:
+        End(transfer, Ending::stalled, 0, now);
+        return true;
+    case Fault::timeout:
+        return true; // nobody will ever say when it ends
+    case Fault::unplug:
+        instrument.Unplug(now);
+        return true;
+    case Fault::half:
+    case Fault::oneShort:
+    case Fault::empty:
+    case Fault::garbage: {
+        if (transfer.pipe->kind != PipeKind::interruptIn)
+            return false;
+        // The message comes now, and in this state.
+        const std::span bytes(transfer.buffer.data(), BytesUnder(fault, transfer.size));
+        Scramble(bytes);
+        End(transfer, Ending::done, bytes.size(), now);
+        return true;
+    }
+    default:
+        return false;
+    }
+}
+
+void UsbPort::PerformControl(Transfer& transfer, Fault fault, Moment now)
+{
+    const std::span data(transfer.buffer.data(), transfer.size);
+    const ControlSetup& setup = transfer.setup;
+    if (setup.fromDevice) {
+        const std::string point = "control:" + HexBytes({&setup.request, 1}).substr(1);
+        if (const auto answer = instrument.faults.TakeAnswer(point)) {
+            const std::size_t size = std::min(answer->size(), data.size());
+            std::copy_n(answer->begin(), size, data.begin());
+            return End(transfer, Ending::done, size, now);
+        }
+        const auto moved = firmware.Control(setup, data, now);
+        if (!moved)
+            return End(transfer, Ending::stalled, 0, now);
+        if (fault == Fault::garbage)
+            Scramble(data.first(*moved));
+        return End(transfer, Ending::done, BytesUnder(fault, *moved), now);
+    }
+
+    const std::size_t arrived = BytesUnder(fault, data.size());
+    Bytes received(data.begin(), data.begin() + static_cast<std::ptrdiff_t>(arrived));
+    if (fault == Fault::garbage)
+        Scramble(received);
+    const bool accepted = firmware.Control(setup, received, now).has_value();
+    if (accepted && (setup.request == measureRequest || setup.request == resetRequest))
+        EndBulkReads(now);
+    // A transfer that was cut short on the way ends in order for the host, whatever the instrument makes of it.
+    const bool done = accepted || arrived < data.size();
+    End(transfer, done ? Ending::done : Ending::stalled, done ? arrived : 0, now);
+}
+
+void UsbPort::PerformBulkRead(Transfer& transfer, Fault fault, Moment now)
+{
+    const std::span data(transfer.buffer.data(), transfer.size);
+    const auto [moved, due] = firmware.BulkRead(data, now);
+    if (fault == Fault::garbage)
+        Scramble(data.first(moved));
+    End(transfer, Ending::done, BytesUnder(fault, moved), due);
+}
+
+void UsbPort::PerformBulkWrite(Transfer& transfer, Fault fault, Moment now)
+{
+    Bytes arrived(transfer.buffer.begin(),
+                  transfer.buffer.begin() + static_cast<std::ptrdiff_t>(BytesUnder(fault, transfer.size)));
+    if (fault == Fault::garbage)
+        Scramble(arrived);
+    instrument.trace.Add(Trace::Channel::main, "write " + std::to_string(arrived.size()) + HexBytes(arrived));
+    const bool done = firmware.BulkWrite(arrived) || arrived.size() < transfer.size;
+    End(transfer, done ? Ending::done : Ending::stalled, done ? arrived.size() : 0, now);
+}
+
+void UsbPort::AwaitMessage(Transfer& transfer, Moment now)
+{
+    const std::size_t size = std::min(transfer.size, std::size(keyMessage));
+    std::copy_n(keyMessage, size, transfer.buffer.begin());
+    if (messages.empty())
+        return;
+    End(transfer, Ending::done, size, std::max(now, messages.front()));
+    messages.pop_front();
+}
+
+void UsbPort::SendMessage(Moment due)
+{
+    const auto waiting = WaitingForMessage();
+    if (waiting)
+        End(*waiting, Ending::done, std::min(waiting->size, std::size(keyMessage)), due);
+    else if (!interruptPipes.empty())
+        messages.push_back(due);
+}
+
+UsbPort::Holder UsbPort::WaitingForMessage() const
+{
+    const auto found = std::ranges::find_if(inFlight, [](const Holder& transfer) {
+        return transfer->pipe->kind == PipeKind::interruptIn && !transfer->due;
+    });
+    return found == inFlight.end() ? nullptr : *found;
+}
+
+void UsbPort::MeetFaultWhileWaiting(Moment now)
+{
+    const auto waiting = WaitingForMessage();
+    if (waiting)
+        EndsAtOnce(*waiting, instrument.faults.MeetNewest(), now);
+}
+
+void UsbPort::End(Transfer& transfer, Ending ending, std::size_t moved, Moment due) const
+{
+    transfer.ending = ending;
+    transfer.moved = moved;
+    transfer.due = due;
+}
+
+void UsbPort::EndBulkReads(Moment now)
+{
+    for (const auto& transfer : inFlight)
+        if (transfer->pipe->kind == PipeKind::bulkIn && transfer->due && *transfer->due > now)
+            End(*transfer, Ending::done, 0, now);
+}
+
+void UsbPort::Scramble(std::span<std::uint8_t> bytes)
+{
+    for (auto& byte : bytes)
+        byte = static_cast<std::uint8_t>(random() & 0xFF);
+}
+
+bool UsbPort::IsComplete(const Transfer& transfer, Moment now)
+{
+    return transfer.due && *transfer.due <= now;
+}
+
+void UsbPort::Forget(const Transfer& transfer)
+{
+    std::erase_if(inFlight, [&](const Holder& other) { return other.get() == &transfer; });
+}
+
+void UsbPort::Reap(Transfer& transfer)
+{
+    if (!transfer.inFlight)
+        return;
+    transfer.inFlight = false;
+    const PipeKind kind = transfer.pipe->kind;
+    if (kind == PipeKind::interruptIn)
+        transfer.pipe->busyHost = true;
+    if (transfer.number != 0)
+        instrument.trace.Add(
+            ChannelOf(kind),
+            "done #" + std::to_string(transfer.number) + " "
+                + (transfer.ending == Ending::done ? std::to_string(transfer.moved) : EndingWord(transfer.ending)));
+    transfer.number = 0;
+    Forget(transfer);
+}
+
+void UsbPort::Cancel(Transfer& transfer, Moment now)
+{
+    if (!transfer.inFlight)
+        return;
+    if (IsComplete(transfer, now))
+        return Reap(transfer);
+    End(transfer, Ending::cancelled, 0, now);
+    transfer.inFlight = false;
+    if (transfer.number != 0)
+        instrument.trace.Add(ChannelOf(transfer.pipe->kind), "cancel #" + std::to_string(transfer.number));
+    transfer.number = 0;
+    Forget(transfer);
+}
+
+void UsbPort::CableChanged(Moment now)
+{
+    messages.clear();
+    for (const auto& transfer : inFlight)
+        if (!IsComplete(*transfer, now))
+            End(*transfer, Ending::gone, 0, now);
+    firmware.PowerUp();
+}
+
+std::optional<Moment> UsbPort::NextMessage() const
+{
+    std::optional<Moment> next;
+    const auto consider = [&](Moment due) { next = next ? std::min(*next, due) : due; };
+    if (!messages.empty())
+        consider(*std::ranges::min_element(messages));
+    for (const auto& transfer : inFlight)
+        if (transfer->pipe->kind == PipeKind::interruptIn && transfer->due)
+            consider(*transfer->due);
+    return next;
+}
+
+bool UsbPort::IsSettled(Moment now) const
+{
+    const auto next = NextMessage();
+    if (next && *next <= now)
+        return false;
+    return std::ranges::all_of(interruptPipes, [&](const auto& weak) {
+        const auto pipe = weak.lock();
+        return !pipe || !pipe->open || (Lives(*pipe) && !pipe->busyHost);
+    });
+}
+
+void UsbPort::TraceControl(const Transfer& transfer)
+{
+    const auto& [fromDevice, type, recipient, request, value, index] = transfer.setup;
+    std::string line = "control" + HexBytes({&request, 1}) + (fromDevice ? " in" : " out");
+    const std::size_t shown = fromDevice ? transfer.moved : transfer.size;
+    line += HexBytes({transfer.buffer.data(), shown});
+    if (!transfer.due)
+        line += " pending";
+    else if (transfer.ending != Ending::done)
+        line += std::string(" ") + EndingWord(transfer.ending);
+    instrument.trace.Add(Trace::Channel::main, std::move(line));
+}
+
+}
