@@ -3,7 +3,7 @@
 #include "Colors.h"
 
 #include "Vondrel/CMetry/Internals/CMetryCalculator.h"
-#include "Vondrel/CMetry/Internals/CMetryFilter.h"
+#include "Vondrel/CMetry/Internals/SinglePrecision.h"
 
 #include <gtest/gtest.h>
 
@@ -81,4 +81,221 @@ TEST(DeltaE2000, GivesThePublishedPairs)
         EXPECT_NEAR(Calculator::GetDeltaE_2000(lab1, lab2, 1, 1, 1), row[6], 0.0001);
         EXPECT_NEAR(Calculator::GetDeltaE_2000(lab2, lab1, 1, 1, 1), row[6], 0.0001);
     }
+}
+
+TEST(DeltaE2000, HoldsExactlyOppositeHuesForHalfATurn)
+{
+    RandomColors random;
+    for (int i = 0; i < 20000; ++i) {
+        const float lightness = random.Between(0, 100);
+        const float a = random.Between(-60, 60);
+        const float b = random.Between(-60, 60);
+        const float difference = Calculator::GetDeltaE_2000(Lab(lightness, a, b), Lab(lightness, -a, -b), 1, 1, 1);
+        // The mean of two opposite hues is a right angle ahead of the smaller one: turning one hue a little towards the
+        // other across that mean changes next to nothing, a mean on the other side changes much.
+        double hue = std::atan2(b, a);
+        hue += hue < 0 ? 2 * 3.14159265358979 : 0;
+        const double inward = hue < 3.14159265358979 ? 1e-4 : -1e-4;
+        const float turnedA = static_cast<float>(a * std::cos(inward) - b * std::sin(inward));
+        const float turnedB = static_cast<float>(a * std::sin(inward) + b * std::cos(inward));
+        ASSERT_NEAR(Calculator::GetDeltaE_2000(Lab(lightness, turnedA, turnedB), Lab(lightness, -a, -b), 1, 1, 1),
+                    difference, 0.02)
+            << a << ' ' << b;
+    }
+}
+
+TEST(Difference, IsZeroForEqualColorsAndNeverNegative)
+{
+    RandomColors random;
+    for (const auto& formula : labFormulas)
+        for (int i = 0; i < 500; ++i) {
+            SCOPED_TRACE(formula.name);
+            const auto lab1 = random.LabColor();
+            const auto lab2 = random.LabColor();
+            ASSERT_EQ(formula.difference(lab1, lab1), 0.0F);
+            const float difference = formula.difference(lab1, lab2);
+            ASSERT_GE(difference, 0.0F);
+            ASSERT_LT(difference, CMetryCalculator::DeltaEFailure);
+            if (formula.symmetric) {
+                ASSERT_NEAR(formula.difference(lab2, lab1), difference, 1e-4);
+            }
+        }
+}
+
+TEST(Difference, IsZeroForEqualSpectraUnderEveryFormula)
+{
+    RandomColors random;
+    for (const auto& formula : spectrumFormulas)
+        for (int i = 0; i < 50; ++i) {
+            SCOPED_TRACE(formula.name);
+            const auto spectrum = random.Reflectance();
+            const auto other = random.Reflectance();
+            const auto conditions = Conditions(ColorSpace::CIELab);
+            ASSERT_EQ(formula.difference(spectrum, spectrum, conditions), 0.0F);
+            ASSERT_GT(formula.difference(spectrum, other, conditions), 0.0F);
+        }
+}
+
+TEST(Difference, OfSpectraIsThatOfTheirLabColors)
+{
+    RandomColors random;
+    const auto conditions = Conditions(ColorSpace::CIELab, IlluminationTYPE::A, Observer::TenDegree);
+    for (int i = 0; i < 50; ++i) {
+        const auto spectrum1 = random.Reflectance();
+        const auto spectrum2 = random.Reflectance();
+        VDColorVector lab1;
+        VDColorVector lab2;
+        ASSERT_TRUE(Calculator::GetVector_CIELab(spectrum1, conditions, lab1));
+        ASSERT_TRUE(Calculator::GetVector_CIELab(spectrum2, conditions, lab2));
+        EXPECT_EQ(Calculator::GetDeltaE_2000(spectrum1, spectrum2, conditions, 1, 2, 3),
+                  Calculator::GetDeltaE_2000(lab1, lab2, 1, 2, 3));
+        EXPECT_EQ(Calculator::GetDeltaE_94(spectrum1, spectrum2, conditions, 1, 2, 3),
+                  Calculator::GetDeltaE_94(lab1, lab2, 1, 2, 3));
+        EXPECT_EQ(Calculator::GetDeltaE_CMC(spectrum1, spectrum2, conditions, 3, 2),
+                  Calculator::GetDeltaE_CMC(lab1, lab2, 3, 2));
+        EXPECT_NEAR(Calculator::GetDeltaE_CIELAB_SpeedOptimized(lab1, spectrum2.Values().data()),
+                    Calculator::GetDeltaE_CIELAB(lab1, lab2), 1e-4);
+    }
+}
+
+TEST(Difference, FailsWhereItCannotBeComputed)
+{
+    constexpr float failure = CMetryCalculator::DeltaEFailure;
+    constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
+    const auto lab1 = Lab(50, 10, 10);
+    const auto lab2 = Lab(60, 0, 10);
+    for (int zero = 0; zero < 3; ++zero) {
+        float k[] = {1, 1, 1};
+        k[zero] = 0;
+        EXPECT_EQ(Calculator::GetDeltaE_94(lab1, lab2, k[0], k[1], k[2]), failure);
+        EXPECT_EQ(Calculator::GetDeltaE_2000(lab1, lab2, k[0], k[1], k[2]), failure);
+        if (zero < 2) {
+            EXPECT_EQ(Calculator::GetDeltaE_CMC(lab1, lab2, k[0], k[1]), failure);
+        }
+    }
+
+    const auto grey = FlatSpectrum(0.5F);
+    auto paper = Conditions(ColorSpace::CIELab);
+    paper.SetWhiteBase(WhiteBase::Paper);
+    for (const auto& formula : spectrumFormulas) {
+        SCOPED_TRACE(formula.name);
+        EXPECT_EQ(formula.difference(grey, grey, paper), failure) << "no paper white is set";
+        const float odd = formula.difference(FlatSpectrum(notANumber), grey, Conditions(ColorSpace::CIELab));
+        EXPECT_TRUE(std::isnan(odd) || odd == failure);
+    }
+    EXPECT_EQ(Calculator::GetDeltaE_CIELAB_SpeedOptimized({0, 0, 0, paper}, grey.Values().data()), failure);
+    EXPECT_EQ(Calculator::GetMetamery(grey, grey, paper, VDIllumination(IlluminationTYPE::A)), failure);
+
+    const VDSpectrum black;
+    EXPECT_EQ(Calculator::GetDeltaE_FMCII(black, black, Conditions(ColorSpace::CIEXYZ)), failure);
+    EXPECT_EQ(Calculator::GetDeltaE_FMCII(black, grey, Conditions(ColorSpace::CIEXYZ)), failure);
+    EXPECT_LT(Calculator::GetDeltaE_FMCII(grey, black, Conditions(ColorSpace::CIEXYZ)), failure);
+}
+
+TEST(DeltaE94, WeighsByTheChromaOfTheReference)
+{
+    // CIE 116-1995: at a chroma of 100 the weight of chroma is 5.5, that of hue 2.5.
+    EXPECT_FLOAT_EQ(Calculator::GetDeltaE_94(Lab(50, 100, 0), Lab(50, 105.5F, 0), 1, 1, 1), 1.0F);
+    EXPECT_FLOAT_EQ(Calculator::GetDeltaE_94(Lab(50, 100, 0), Lab(50, 105.5F, 0), 1, 2, 1), 0.5F);
+    EXPECT_FLOAT_EQ(Calculator::GetDeltaE_94(Lab(50, 0, 100), Lab(52, 0, 100), 2, 1, 1), 1.0F);
+    EXPECT_NEAR(Calculator::GetDeltaE_94(Lab(50, 60, 80), Lab(50, 80, 60), 1, 1, 1), std::sqrt(800.0) / 2.5, 1e-4);
+    EXPECT_FLOAT_EQ(Calculator::GetDeltaE_94(Lab(50, 0, 0), Lab(50, 3, 4), 1, 1, 1), 5.0F) << "of a grey: 76";
+}
+
+TEST(DeltaECMC, WeighsLightnessBySectionsThatMeetNear16)
+{
+    const auto difference = [](float lightness) {
+        return Calculator::GetDeltaE_CMC(Lab(lightness, 0, 0), Lab(lightness + 1, 0, 0), 1, 1);
+    };
+    EXPECT_FLOAT_EQ(difference(16.0F), Single(1 / 0.511));
+    const float above = std::nextafter(16.0F, 17.0F);
+    EXPECT_NEAR(difference(above), (1 + 0.01765 * 16) / (0.040975 * 16), 1e-5);
+}
+
+TEST(DeltaVector, SplitsTheDistanceAndGivesTheHueItsSense)
+{
+    const struct {
+        const char* what;
+        VDColorVector sample, reference;
+        float dL, dC, dH;
+    } cases[] = {
+        {"itself", Lab(50, 20, 30), Lab(50, 20, 30), 0, 0, 0},
+        {"lighter", Lab(60, 20, 30), Lab(50, 20, 30), 10, 0, 0},
+        {"more chroma", Lab(50, 6, 8), Lab(50, 3, 4), 0, 5, 0},
+        {"anticlockwise", Lab(50, 0, 10), Lab(50, 10, 0), 0, 0, std::sqrt(200.0F)},
+        {"clockwise", Lab(50, 10, 0), Lab(50, 0, 10), 0, 0, -std::sqrt(200.0F)},
+    };
+    VDColorVector delta;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        ASSERT_TRUE(Calculator::GetVector_DeltaCIELCH_ab(c.sample, c.reference, delta));
+        EXPECT_NEAR(delta[0], c.dL, 1e-5);
+        EXPECT_NEAR(delta[1], c.dC, 1e-5);
+        EXPECT_NEAR(delta[2], c.dH, 2e-3); // a difference of squares in single precision
+    }
+    RandomColors random;
+    for (int i = 0; i < 1000; ++i) {
+        const auto sample = random.LabColor();
+        const auto reference = random.LabColor();
+        ASSERT_TRUE(Calculator::GetVector_CIELCH_uv(sample, reference, delta));
+        ASSERT_NEAR(delta.Length(), Calculator::GetDeltaE_CIELAB(sample, reference), 1e-3);
+    }
+}
+
+TEST(Metamerism, IsZeroForASpectrumAgainstItselfAndForItsMultiples)
+{
+    RandomColors random;
+    const auto conditions = Conditions(ColorSpace::CIELab);
+    for (const auto type : {IlluminationTYPE::A, IlluminationTYPE::F11, IlluminationTYPE::D65}) {
+        const auto spectrum = random.Reflectance();
+        VDSpectrum half = spectrum;
+        for (std::size_t i = 0; i < VDSpectrum::GetNrOfDataPoints(); ++i)
+            half[i] *= 0.5F;
+        EXPECT_EQ(Calculator::GetMetamery(spectrum, spectrum, conditions, VDIllumination(type)), 0.0F);
+        EXPECT_NEAR(Calculator::GetMetamery(spectrum, half, conditions, VDIllumination(type)), 0.0F, 1e-4)
+            << "the correction is multiplicative";
+        EXPECT_GT(Calculator::GetMetamery(spectrum, random.Reflectance(), conditions, VDIllumination(type)), 0.01F);
+    }
+}
+
+TEST(ColorClass, FollowsNeutralLimitHueAndLightness)
+{
+    // Spectra of bands: the instrument's points from `first` to `last` reflect `high`, the others `low`.
+    const auto band = [](std::size_t first, std::size_t last, float low, float high) {
+        VDSpectrum spectrum = FlatSpectrum(low);
+        for (std::size_t i = first; i <= last; ++i)
+            spectrum[i] = high;
+        return spectrum;
+    };
+    const struct {
+        const char* what;
+        VDSpectrum spectrum;
+        int type;
+    } cases[] = {
+        {"white", FlatSpectrum(1.0F), 13},
+        {"brighter than white", FlatSpectrum(1.5F), 13},
+        {"grey", FlatSpectrum(0.2F), 14},
+        {"dark grey", FlatSpectrum(0.02F), 15},
+        {"black", VDSpectrum(), 15},
+        {"violet", band(0, 11, 0.02F, 0.6F), 1},
+        {"blue", band(0, 13, 0.02F, 0.6F), 2},
+        {"cyan", band(6, 14, 0.02F, 0.6F), 3},
+        {"turquoise", band(0, 18, 0.02F, 0.6F), 4},
+        {"green", band(12, 19, 0.02F, 0.6F), 5},
+        {"yellow", band(13, 35, 0.02F, 0.9F), 10},
+        {"yellow green", band(12, 22, 0.02F, 0.6F), 7},
+        {"olive", band(12, 22, 0.01F, 0.06F), 6},
+        {"beige", band(16, 35, 0.4F, 0.7F), 8},
+        {"brown", band(21, 35, 0.05F, 0.2F), 9},
+        {"orange", band(20, 35, 0.02F, 0.8F), 11},
+        {"magenta", band(26, 35, 0.3F, 0.9F), 0},
+        {"red", band(23, 35, 0.02F, 0.6F), 12},
+        {"no number", FlatSpectrum(std::numeric_limits<float>::quiet_NaN()), -1},
+        {"infinite", FlatSpectrum(std::numeric_limits<float>::infinity()), -1},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(Calculator::GetColorType(c.spectrum), c.type) << c.what;
+    VDSpectrum paper = FlatSpectrum(0.5F);
+    paper.GetMeasureConditions().SetWhiteBase(WhiteBase::Paper);
+    EXPECT_EQ(Calculator::GetColorType(paper), -1);
 }

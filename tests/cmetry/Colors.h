@@ -3,6 +3,7 @@
 #include "Vondrel/CMetry/VDColorVector.h"
 #include "Vondrel/CMetry/VDSpectrum.h"
 
+#include <algorithm>
 #include <random>
 
 /// Colours that tests of colorimetry start from.
