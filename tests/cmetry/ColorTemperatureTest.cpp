@@ -44,6 +44,16 @@ VDSpectrum Illuminant(IlluminationTYPE type, int fValue = 0)
     return Emission(CMetryFilter::GetIlluFilter(illumination));
 }
 
+/// F1 to F12 as an instrument of 10 nm bandwidth sees it: the triangular mean over the table's 5 nm.
+VDSpectrum Lamp(std::size_t number)
+{
+    const float* table = illuminantsF[number - 1].values;
+    VDSpectrum::ValueArray values;
+    for (std::size_t i = 0; i < values.size(); ++i)
+        values[i] = (table[i == 0 ? 0 : 2 * i - 1] + 2 * table[2 * i] + table[2 * i + 1]) / 4;
+    return Emission(values);
+}
+
 VDSpectrum Planck(float temperature)
 {
     return ColorTemperature().GetPlanckRadiator(temperature, VDMeasureConditions());
@@ -82,4 +92,171 @@ TEST(ColorTemperature, SampledIlluminants)
 {
     EXPECT_NEAR(CMetryService::GetColorTemperature(Illuminant(IlluminationTYPE::A)), 2856, 2);
     EXPECT_NEAR(CMetryService::GetColorTemperature(Illuminant(IlluminationTYPE::D65)), 6507, 2);
+}
+
+TEST(ColorTemperature, WithoutOneItIsMinusOne)
+{
+    VDSpectrum purple, negative = FlatSpectrum(-1.0F), notANumber = FlatSpectrum(1.0F), infinite = FlatSpectrum(1.0F);
+    purple[2] = purple[34] = 1.0F;
+    notANumber[17] = std::numeric_limits<float>::quiet_NaN();
+    infinite[17] = std::numeric_limits<float>::infinity();
+    VDSpectrum noObserver = FlatSpectrum(1.0F), noLight = FlatSpectrum(1.0F), paper = FlatSpectrum(1.0F);
+    noObserver.GetMeasureConditions().SetMeasureCondition("Colorimetric.Observer", "Undefined");
+    noLight.GetMeasureConditions().SetMeasureCondition("Colorimetric.Illumination", "Userdefined");
+    paper.GetMeasureConditions().SetMeasureCondition("Colorimetric.WhiteBase", "Paper");
+    BaseCalculator::SetPaperWhitePointer({});
+    for (const auto& spectrum : {VDSpectrum(), notANumber, infinite, noObserver, noLight, paper})
+        EXPECT_EQ(CMetryService::GetColorTemperature(spectrum), -1.0F);
+    // Colours far from the locus, whatever their number: an answer, and no more.
+    for (const auto& spectrum : {purple, negative})
+        EXPECT_GE(CMetryService::GetColorTemperature(spectrum), -1.0F);
+}
+
+TEST(ColorTemperature, PlanckRadiatorNeedsATemperature)
+{
+    const ColorTemperature colorTemperature;
+    const VDXYZ white = colorTemperature.GetPlanckRadiatorXYZ(6500.0F, VDMeasureConditions());
+    EXPECT_EQ(white[1], 100.0F);
+    EXPECT_EQ(white.GetMeasureConditions().GetColorSpace(), ColorSpace::CIEXYZ);
+    EXPECT_THROW(colorTemperature.GetPlanckRadiatorXYZ(0.0F, VDMeasureConditions()), CMetryException);
+}
+
+TEST(ColorRenderingIndex, OfAReferenceIsAHundred)
+{
+    const struct {
+        const char* what;
+        VDSpectrum light;
+        const char* reference;
+    } cases[] = {
+        {"2700 K", Planck(2700.0F), ""},
+        {"just below 5000 K", Planck(4999.0F), ""},
+        {"D50", Illuminant(IlluminationTYPE::D50), "D50"},
+        {"D55", Illuminant(IlluminationTYPE::D55), "D55"},
+        {"D65", Illuminant(IlluminationTYPE::D65), "D65"},
+        {"D75", Illuminant(IlluminationTYPE::D75), "D75"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        float index = 0.0F;
+        std::string reference = "before";
+        EXPECT_TRUE(CMetryService::GetColorRenderingIndex(c.light, index, reference));
+        EXPECT_EQ(index, 100.0F);
+        EXPECT_EQ(reference, c.reference);
+    }
+    float index = 0.0F;
+    std::string reference;
+    CMetryService::GetColorRenderingIndex(Planck(5000.0F), index, reference);
+    EXPECT_EQ(reference, "D50") << "from 5000 K on a daylight";
+}
+
+// General indices of CIE 15, Colorimetry, table of the fluorescent lamps. Here the test samples are not quite those of
+// the standard, the daylights are four, and the grid is 10 nm.
+TEST(ColorRenderingIndex, FluorescentLampsOfTheCIE)
+{
+    const float published[] = {76, 64, 57, 51, 72, 59, 90, 95, 90, 81, 83, 83};
+    for (std::size_t number = 1; number <= std::size(published); ++number) {
+        SCOPED_TRACE(number);
+        float index = 0.0F;
+        std::string reference;
+        CMetryService::GetColorRenderingIndex(Lamp(number), index, reference);
+        EXPECT_NEAR(index, published[number - 1], 1.0);
+    }
+}
+
+TEST(ColorRenderingIndex, ALightWithoutTemperatureHasNone)
+{
+    float index = 55.0F;
+    std::string reference = "before";
+    EXPECT_FALSE(CMetryService::GetColorRenderingIndex(VDSpectrum(), index, reference));
+    EXPECT_EQ(index, 0.0F);
+    EXPECT_EQ(reference, "");
+
+    VDSpectrum laser;
+    laser[15] = 1.0F; // 530 nm: far from every reference, but with an index
+    EXPECT_FALSE(CMetryService::GetColorRenderingIndex(Emission(laser.Values()), index, reference));
+}
+
+TEST(ColorRenderingIndex, DoesNotDependOnTheScale)
+{
+    VDSpectrum lamp = Lamp(11);
+    float index = 0.0F, other = 0.0F;
+    std::string reference;
+    CMetryService::GetColorRenderingIndex(lamp, index, reference);
+    for (std::size_t i = 0; i < VDSpectrum::GetNrOfDataPoints(); ++i)
+        lamp[i] *= 0.001F;
+    CMetryService::GetColorRenderingIndex(lamp, other, reference);
+    EXPECT_EQ(other, index);
+}
+
+TEST(EstimatedSpectrum, HasTheColourThatWasAskedFor)
+{
+    RandomColors random;
+    for (const auto type : {IlluminationTYPE::D50, IlluminationTYPE::A, IlluminationTYPE::F11}) {
+        for (int i = 0; i < 60; ++i) {
+            SCOPED_TRACE(i);
+            const auto conditions =
+                Conditions(ColorSpace::CIELab, type, i % 2 == 0 ? Observer::TwoDegree : Observer::TenDegree);
+            const VDColorVector lab = CMetryService::GetVector(random.Reflectance(), conditions);
+            const VDSpectrum spectrum = CMetryService::GetSpectrum(lab);
+            EXPECT_LT(CMetryService::GetDeltaE(lab, CMetryService::GetVector(spectrum, conditions)), 0.1F);
+            for (const float value : spectrum.Values()) {
+                EXPECT_GE(value, 0.0F);
+                EXPECT_LE(value, 1.0F);
+            }
+        }
+    }
+}
+
+TEST(EstimatedSpectrum, TakesXYZAndKeepsTheConditions)
+{
+    const auto conditions = Conditions(ColorSpace::CIEXYZ);
+    const VDColorVector xyz = CMetryService::GetVector(FlatSpectrum(0.2F), conditions);
+    const VDSpectrum spectrum = CMetryService::GetSpectrum(xyz);
+    EXPECT_EQ(spectrum.GetMeasureConditions().GetIllumination().GetIlluminationTYPE(), IlluminationTYPE::D50);
+    EXPECT_NEAR(CMetryService::GetVector(spectrum, conditions)[1], xyz[1], 0.05);
+}
+
+TEST(EstimatedSpectrum, RefusesWhatNoReflectanceGives)
+{
+    const float nan = std::numeric_limits<float>::quiet_NaN(), infinity = std::numeric_limits<float>::infinity();
+    for (const auto& lab : {Lab(50, 150, 0), Lab(120, 0, 0), Lab(20, 0, -120), Lab(nan, 0, 0), Lab(50, infinity, 0)}) {
+        try {
+            CMetryService::GetSpectrum(lab);
+            ADD_FAILURE() << "a spectrum for L " << lab[0] << ", a " << lab[1];
+        } catch (const CMetryException& e) {
+            EXPECT_STREQ(e.what(), "CMetryCalculator: Conversion out of Range");
+        }
+    }
+    VDSpectrum last;
+    EXPECT_FALSE(Lab2Spec().GetSpectrum(Lab(120, 0, 0), last, 0.1F, false, 1000));
+    EXPECT_EQ(last[17], 1.0F) << "a failed search leaves its last state";
+}
+
+TEST(EstimatedSpectrum, StopsAtTheLimitOfSteps)
+{
+    VDSpectrum spectrum;
+    EXPECT_FALSE(Lab2Spec().GetSpectrum(Lab(30, 40, 20), spectrum, 0.1F, false, 0));
+    EXPECT_TRUE(Lab2Spec().GetSpectrum(Lab(30, 40, 20), spectrum, 0.1F, true, 1000));
+}
+
+// What runs through the weights must not change anybody's later result.
+TEST(WeightsCache, SurvivesTemperatureRenderingAndEstimation)
+{
+    RandomColors random;
+    const VDSpectrum sample = random.Reflectance();
+    const auto d50 = Conditions(ColorSpace::CIELab);
+    const auto a = Conditions(ColorSpace::CIELab, IlluminationTYPE::A, Observer::TenDegree);
+    const auto under50 = CMetryService::GetVector(sample, d50);
+    const auto underA = CMetryService::GetVector(sample, a);
+
+    float index = 0.0F;
+    std::string reference;
+    CMetryService::GetColorRenderingIndex(Lamp(4), index, reference);
+    EXPECT_EQ(CMetryService::GetVector(sample, d50), under50);
+    CMetryService::GetColorTemperature(Planck(4000.0F));
+    EXPECT_EQ(CMetryService::GetVector(sample, a), underA);
+    CMetryService::GetSpectrum(under50);
+    EXPECT_EQ(CMetryService::GetVector(sample, a), underA);
+    EXPECT_THROW(CMetryService::GetSpectrum(Lab(50, 150, 0)), CMetryException);
+    EXPECT_EQ(CMetryService::GetVector(sample, d50), under50);
 }

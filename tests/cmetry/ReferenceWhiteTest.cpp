@@ -81,7 +81,8 @@ TEST(ReferenceWhite, WeightsSumToTheirWhite)
 TEST(ReferenceWhite, EmissionIsTheObserverTimes683)
 {
     const Weightfactors weights(Conditions("Emission"));
-    // 683 lumens per watt, in thousandths; y-bar is 0.995 at 560 nm, and a 10 nm weight stands for ten single wavelengths.
+    // 683 lumens per watt, in thousandths; y-bar is 0.995 at 560 nm, and a 10 nm weight stands for ten single
+    // wavelengths.
     EXPECT_NEAR(weights[1][18], 0.683 * 0.995 * 10, 0.02);
     EXPECT_NEAR(weights.GetFilterSum(0), 72.99, 0.005);
     EXPECT_EQ(weights.GetFilterSum(1), 100.0F);

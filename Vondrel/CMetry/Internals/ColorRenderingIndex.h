@@ -8,7 +8,8 @@ namespace Vondrel::CMetry {
 
 /// The general colour rendering index in the way of CIE 13.3: eight test samples under the source and under a
 /// reference. From 5000 K on the reference is the nearest of D50, D55, D65 and D75, below it is the Planck radiator of
-/// the same temperature. Everything is computed for the 2 degree observer, whatever the conditions of the spectrum.
+/// the same temperature. The temperature is that of the spectrum under its own conditions; all else is computed for the
+/// 2 degree observer.
 class ColorRenderingIndex {
 public:
     /// @param spectrum   relative spectral power, at any scale
