@@ -72,6 +72,11 @@ bool PseudoTerminal::Write(const std::uint8_t* bytes, std::size_t size)
     return true;
 }
 
+void PseudoTerminal::Linger() const
+{
+    ::poll(nullptr, 0, 200);
+}
+
 int ReserveDescriptor() noexcept
 {
     return Posix::OpenDescriptor("/dev/null", O_RDWR);

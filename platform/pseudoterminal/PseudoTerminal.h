@@ -29,6 +29,9 @@ public:
     /// Waits while the line's buffer is full. False if the bytes did not go out within a second.
     bool Write(const std::uint8_t* bytes, std::size_t size);
 
+    /// Gives the other side a moment of real time to read what was written: a line that hangs up drops the rest.
+    void Linger() const;
+
 private:
     PseudoTerminal(int masterDescriptor, std::string portName);
 

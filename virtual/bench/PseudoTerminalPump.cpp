@@ -108,6 +108,7 @@ void PseudoTerminalPump::Deliver(const std::vector<Arrival>& arrivals)
 /// A pseudo-terminal cannot fail in another way. The instrument goes on behind a new one.
 void PseudoTerminalPump::HangUp()
 {
+    terminal->Linger();
     auto fresh = Platform::PseudoTerminal::Open();
     const BenchLock lock;
     terminal = std::move(fresh);
