@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <charconv>
 #include <chrono>
-#include <limits>
 #include <tuple>
 #include <utility>
 
@@ -250,9 +249,7 @@ void Bench::AdvanceTo(Moment moment)
 
 Moment Bench::After(std::int64_t microseconds) const
 {
-    const Moment now = Now();
-    return microseconds > std::numeric_limits<Moment>::max() - now ? std::numeric_limits<Moment>::max()
-                                                                   : now + microseconds;
+    return Now() + std::min(microseconds, longestWait);
 }
 
 // ---- waiting

@@ -68,9 +68,11 @@ public:
 
     // ---- the clock
 
-    Moment Now() const;                            ///< microseconds, never steps back
-    std::int64_t WallClock() const;                ///< microseconds since 1970
-    Moment After(std::int64_t microseconds) const; ///< so long after now, never negative; the end of time if beyond
+    Moment Now() const;             ///< microseconds, never steps back
+    std::int64_t WallClock() const; ///< microseconds since 1970
+    /// So long after now, or `longestWait` after now if that is earlier.
+    Moment After(std::int64_t microseconds) const;
+    static constexpr std::int64_t longestWait = 1000000000000000; ///< microseconds: some 31 years
     bool ClockIsReal() const { return real; }
     void SetClockReal(bool on);
 

@@ -152,6 +152,8 @@ int oxv_clock_advance(int64_t microseconds)
     return Call([&](Bench& bench, BenchLock&) {
         if (microseconds < 0)
             RefuseValue("the clock does not go back");
+        if (microseconds > Bench::longestWait)
+            RefuseValue("the clock moves on by 31 years at most");
         if (bench.ClockIsReal())
             throw Refusal(OXV_NOT_POSSIBLE, "a real clock goes by itself");
         bench.AdvanceTo(bench.After(microseconds));

@@ -77,9 +77,11 @@ std::optional<std::size_t> Firmware::Measure(const ControlSetup&, std::span<std:
     order.exposure.gain = parameters.GainSetting();
     order.exposure.tellsPedestal = (present.flags & 1) != 0;
 
+    order.delay = parameters.delay * present.tickMultiplier * tick;
+
     MeasureStart start = head.Start(order);
     delivery.readingTime = order.exposure.integrationTime * 1e6;
-    delivery.start = now + std::llround(parameters.delay * present.tickMultiplier * tick * 1e6);
+    delivery.start = now + std::llround(order.delay * 1e6);
     delivery.ready = std::move(start.prepared);
     delivery.running = std::move(start.running);
     delivery.blocksToCome = delivery.running ? start.readings : 0;
@@ -249,6 +251,8 @@ void Firmware::PowerUp()
 {
     DropData();
     pendingWrite.reset();
+    parameters = {};
+    mode = 1;
     weakReplies = -1;
 }
 

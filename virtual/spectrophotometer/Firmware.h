@@ -59,6 +59,7 @@ struct MeasureParameters {
 struct MeasureOrder {
     MeasureParameters parameters;
     Exposure exposure;
+    double delay = 0.0; ///< seconds before the first reading, with the lamp on already
 };
 
 /// What a started measurement will deliver.
@@ -101,7 +102,7 @@ public:
     /// is left out.
     BulkData BulkRead(std::span<std::uint8_t> data, Moment now);
 
-    /// Drops measured data; the power comes back with the cable.
+    /// The state after the cable was put in: only the memory is as it was.
     void PowerUp();
 
     /// Seconds that one tick of the integration time lasts, and microseconds in the present mode.

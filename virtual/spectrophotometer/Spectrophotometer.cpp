@@ -319,7 +319,7 @@ MeasureStart Spectrophotometer::Start(const MeasureOrder& order)
     View view = scene.Look(optics, !order.parameters.LampOff());
     start.readings = ReadingsOf(order, view);
     if (!order.parameters.LampOff())
-        lampSeconds += static_cast<double>(start.readings) * order.exposure.integrationTime;
+        lampSeconds += order.delay + static_cast<double>(start.readings) * order.exposure.integrationTime;
     if (preparedBlocks.empty())
         start.running.emplace(std::move(view), order.exposure, darkness, converter);
     else

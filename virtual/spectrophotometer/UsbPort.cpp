@@ -116,6 +116,7 @@ void UsbPort::Submit(const Holder& transfer, Moment now)
 {
     transfer->inFlight = true;
     transfer->due.reset();
+    transfer->hangs = false;
     transfer->moved = 0;
     const PipeKind kind = transfer->pipe->kind;
     const bool numbered = kind == PipeKind::bulkIn || kind == PipeKind::interruptIn;
@@ -162,7 +163,8 @@ bool UsbPort::EndsAtOnce(Transfer& transfer, Fault fault, Moment now)
         End(transfer, Ending::stalled, 0, now);
         return true;
     case Fault::timeout:
-        return true; // nobody will ever say when it ends
+        transfer.hangs = true;
+        return true;
     case Fault::unplug:
         instrument.Unplug(now);
         return true;
@@ -256,7 +258,7 @@ void UsbPort::SendMessage(Moment due)
 UsbPort::Holder UsbPort::WaitingForMessage() const
 {
     const auto found = std::ranges::find_if(inFlight, [](const Holder& transfer) {
-        return transfer->pipe->kind == PipeKind::interruptIn && !transfer->due;
+        return transfer->pipe->kind == PipeKind::interruptIn && !transfer->due && !transfer->hangs;
     });
     return found == inFlight.end() ? nullptr : *found;
 }

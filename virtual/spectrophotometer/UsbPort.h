@@ -36,6 +36,7 @@ struct Transfer {
     std::size_t size = 0; ///< bytes to move, at most the buffer's
 
     bool inFlight = false;     ///< until it is reaped or cancelled
+    bool hangs = false;        ///< by a fault: only cancel and unplug end it
     std::optional<Moment> due; ///< when it ends; none while nobody can say
     Ending ending = Ending::done;
     std::size_t moved = 0;
