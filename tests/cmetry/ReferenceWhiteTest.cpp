@@ -1,5 +1,7 @@
 // The white points that the weights sum to, and when weights are computed anew.
 
+#include "Refusals.h"
+
 #include "Vondrel/CMetry/CMetryException.h"
 #include "Vondrel/CMetry/Internals/CMetryFilter.h"
 #include "Vondrel/CMetry/VDSpectrum.h"
@@ -26,17 +28,6 @@ VDMeasureConditions Conditions(const std::string& illumination, const std::strin
 double FourDecimals(float value)
 {
     return std::round(value * 1e4) / 1e4;
-}
-
-template<typename Exception, typename Action>
-void ExpectText(const std::string& text, Action action)
-{
-    try {
-        action();
-        ADD_FAILURE() << "no exception; expected: " << text;
-    } catch (const Exception& e) {
-        EXPECT_EQ(e.what(), text);
-    }
 }
 
 } // namespace

@@ -3,7 +3,9 @@
 #include "Vondrel/CMetry/Internals/SinglePrecision.h"
 #include "Vondrel/CMetry/VDSpectrum.h"
 
-#include <cstring>
+#include <bit>
+#include <cstdint>
+#include <tuple>
 
 namespace Vondrel::CMetry {
 
@@ -51,7 +53,8 @@ float Filter::operator*(const VDSpectrum& spectrum) const
 
 bool Filter::operator==(const Filter& other) const
 {
-    return std::memcmp(values.data(), other.values.data(), sizeof(values)) == 0;
+    using Bits = std::array<std::uint32_t, std::tuple_size_v<Curve>>;
+    return std::bit_cast<Bits>(values) == std::bit_cast<Bits>(other.values);
 }
 
 } // namespace

@@ -192,7 +192,7 @@ try {
     InterpolateInterval(GetLagrange2Coeff(step, 0), grid.data(), out);
     for (std::size_t interval = 1; interval < intervals - 1; ++interval)
         InterpolateInterval(interior, &grid[interval - 1], out += step);
-    InterpolateInterval(GetLagrange2Coeff(step, step), &grid[intervals - 2], out += step);
+    InterpolateInterval(GetLagrange2Coeff(step, step), &grid[intervals - 2], out + step);
     illumination.back() = grid.back();
 }
 TRACE_GUARD("Weightfactors", "InterpolateIllumination")
