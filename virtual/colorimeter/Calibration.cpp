@@ -19,11 +19,30 @@ constexpr Triple rangeFactors = {0.5, 0.05, 0.005};
 constexpr double converterFactor = 0.010;
 constexpr std::array<double, 4> modeFactors = {0.01, 0.02, 0.03, 0.04}; // of the type with one factor per mode
 
-// What the memory tells as dark lies a little above the true dark, so that black comes out as black.
-constexpr Triple filterDark = {0.250, 0.300, 0.200};
-constexpr double darkMargin = 0.001;
-constexpr Triple integratorDark = {799.0, 899.0, 699.0};
-constexpr double integratorDarkMargin = 1.0;
+/// The true dark, and by how much the memory tells more, so that black comes out as black.
+struct Dark {
+    Triple values;
+    double margin;
+};
+
+constexpr Dark filterDark = {{0.250, 0.300, 0.200}, 0.001};
+constexpr Dark converterDark = {{0.2508, 0.3008, 0.2008}, 0.0002}; // hertz; some have few pulses to lose
+constexpr Dark integratorDark = {{799.0, 899.0, 699.0}, 1.0};
+constexpr Dark rangesDark = {{0.0, 0.0, 0.0}, 0.001};
+
+const Dark& DarkOf(const Type& type)
+{
+    switch (type.optics) {
+    case Optics::Integrator:
+        return integratorDark;
+    case Optics::ThreeRanges:
+        return rangesDark;
+    case Optics::OneConverter:
+        return converterDark;
+    default:
+        return filterDark;
+    }
+}
 
 bool HasMatrix(const Type& type)
 {
@@ -93,12 +112,12 @@ void WriteFactors(const Writer& write, const Type& type)
 
 void WriteDark(const Writer& write, const Type& type, std::size_t at)
 {
-    const Triple dark = MakeCalibration(type).dark;
+    const auto& [values, margin] = DarkOf(type);
     for (std::size_t i = 0; i < 3; ++i)
         if (type.optics == Optics::Integrator)
-            write.Long(at + 4 * i, static_cast<std::uint32_t>(dark[i] + integratorDarkMargin));
+            write.Long(at + 4 * i, static_cast<std::uint32_t>(values[i] + margin));
         else
-            write.Float(at + 4 * i, dark[i] + darkMargin);
+            write.Float(at + 4 * i, values[i] + margin);
 }
 
 void WriteMainLayout(const Writer& write, const Type& type)
@@ -164,10 +183,7 @@ Calibration MakeCalibration(const Type& type)
     for (double& factor : made.footLambertsPerUnit)
         factor = static_cast<float>(factor);
 
-    if (type.optics == Optics::Integrator)
-        made.dark = integratorDark;
-    else if (type.optics != Optics::ThreeRanges)
-        made.dark = filterDark;
+    made.dark = DarkOf(type).values;
     return made;
 }
 
