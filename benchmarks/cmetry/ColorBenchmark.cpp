@@ -2,6 +2,7 @@
 #include "AllocationCount.h"
 #include "ComparisonReporter.h"
 
+#include "Vondrel/CMetry/CMetryService.h"
 #include "Vondrel/CMetry/Internals/CMetryCalculator.h"
 
 #include <benchmark/benchmark.h>
@@ -9,6 +10,7 @@
 
 #include <array>
 #include <random>
+#include <string>
 
 namespace {
 
@@ -71,6 +73,30 @@ const std::array<VDColorVector, sampleCount>& XYZVectors()
     return vectors;
 }
 
+// The same spectra as light sources.
+const std::array<VDSpectrum, sampleCount>& Lights()
+{
+    static const auto lights = [] {
+        auto made = Spectra();
+        for (auto& light : made)
+            light.SetMeasureConditions(Conditions(ColorSpace::CIEXYZ, IlluminationTYPE::Emission));
+        return made;
+    }();
+    return lights;
+}
+
+// Lab colours that a reflectance has.
+const std::array<VDColorVector, sampleCount>& InGamut()
+{
+    static const auto vectors = [] {
+        std::array<VDColorVector, sampleCount> made;
+        for (std::size_t i = 0; i < made.size(); ++i)
+            made[i] = CMetryService::GetVector(Spectra()[i], Conditions(ColorSpace::CIELab));
+        return made;
+    }();
+    return vectors;
+}
+
 // Runs one operation on one sample after the other, and counts what it takes from the heap.
 // @param aim  nanoseconds, 0 for none
 template<typename Operation>
@@ -91,17 +117,7 @@ void Measure(const char* name, double aim, Operation operation)
     });
 }
 
-using FromSpectrum = bool (*)(const VDSpectrum&, const VDMeasureConditions&, VDColorVector&);
 using FromVector = bool (*)(const VDColorVector&, VDColorVector&);
-
-auto Apply(FromSpectrum route, ColorSpace space)
-{
-    return [route, conditions = Conditions(space)](std::size_t i) {
-        VDColorVector result;
-        route(Spectra()[i], conditions, result);
-        return result[0];
-    };
-}
 
 auto Apply(FromVector conversion, const std::array<VDColorVector, sampleCount>& vectors)
 {
@@ -135,21 +151,34 @@ auto LittleCmsDifference(Formula formula)
     };
 }
 
-void RegisterSpectra()
+// What callers outside of colorimetry come through.
+void RegisterServices()
 {
+    const auto getVector = [](ColorSpace space) {
+        return [conditions = Conditions(space)](std::size_t i) {
+            return CMetryService::GetVector(Spectra()[i], conditions);
+        };
+    };
+    Measure("SpectrumToXYZ", 250, getVector(ColorSpace::CIEXYZ));
+    Measure("SpectrumToLab", 400, getVector(ColorSpace::CIELab));
+    Measure("DeltaE2000OfSpectra", 1200, [conditions = [] {
+                auto made = Conditions(ColorSpace::CIELab);
+                made.SetMeasureCondition("ColorSpaceDescription.DeltaEFormula", "2000");
+                return made;
+            }()](std::size_t i) { return CMetryService::GetDeltaE(Spectra()[i], Spectra()[i ^ 1], conditions); });
+    Measure("ChangeOfIlluminant", 20000,
+            [d50 = Conditions(ColorSpace::CIEXYZ), d65 = Conditions(ColorSpace::CIEXYZ, IlluminationTYPE::D65)](
+                std::size_t i) { return CMetryService::GetVector(Spectra()[i], i % 2 == 0 ? d50 : d65); });
+    Measure("ColorTemperature", 100000, [](std::size_t i) { return CMetryService::GetColorTemperature(Lights()[i]); });
+    Measure("ColorRenderingIndex", 1000000, [](std::size_t i) {
+        float index = 0;
+        std::string reference;
+        CMetryService::GetColorRenderingIndex(Lights()[i], index, reference);
+        return index;
+    });
+    Measure("SpectrumFromLab", 1000000, [](std::size_t i) { return CMetryService::GetSpectrum(InGamut()[i]); });
     Measure("CopyConditions", 0,
             [conditions = Conditions(ColorSpace::CIELab)](std::size_t) { return VDMeasureConditions(conditions); });
-    Measure("SpectrumToXYZ", 250, Apply(FromSpectrum(&CMetryCalculator::GetVector_CIEXYZ), ColorSpace::CIEXYZ));
-    Measure("SpectrumToLab", 400, Apply(FromSpectrum(&CMetryCalculator::GetVector_CIELab), ColorSpace::CIELab));
-    Measure("DeltaE2000OfSpectra", 1200, [conditions = Conditions(ColorSpace::CIELab)](std::size_t i) {
-        return CMetryCalculator::GetDeltaE_2000(Spectra()[i], Spectra()[i ^ 1], conditions, 1, 1, 1);
-    });
-    Measure("ChangeOfIlluminant", 20000,
-            [d50 = Conditions(ColorSpace::CIEXYZ), d65 = Conditions(ColorSpace::CIEXYZ, IlluminationTYPE::D65),
-             result = VDColorVector()](std::size_t i) mutable {
-                CMetryCalculator::GetVector_CIEXYZ(Spectra()[i], i % 2 == 0 ? d50 : d65, result);
-                return result[0];
-            });
 }
 
 void RegisterConversions()
@@ -193,7 +222,7 @@ int main(int argc, char** argv)
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv))
         return 1;
-    RegisterSpectra();
+    RegisterServices();
     RegisterConversions();
     RegisterDifferences();
     ComparisonReporter reporter;

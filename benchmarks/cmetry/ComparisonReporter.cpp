@@ -14,9 +14,9 @@ void ComparisonReporter::ReportRuns(const std::vector<Run>& runs)
         auto& row = rows[name.substr(0, slash)];
         const std::string party = name.substr(slash + 1);
         if (party == "Orvex") {
-            row.ours = run.GetAdjustedRealTime();
+            row.ours = run.GetAdjustedCPUTime();
         } else {
-            row.other = run.GetAdjustedRealTime();
+            row.other = run.GetAdjustedCPUTime();
             row.otherName = party;
         }
     }

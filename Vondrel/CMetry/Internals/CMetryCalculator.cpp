@@ -55,6 +55,18 @@ void Weigh(const VDSpectrum::ValueArray& values, VDColorVector& result)
     result.SetElements(x, y, z);
 }
 
+// The function of CIE 1976 L*a*b* of an element of XYZ, and back.
+float ToLabFunction(std::size_t axis, float value)
+{
+    return LabFunction(RatioToWhite(currentWeights, axis, value), labSlope, labOffset);
+}
+
+float FromLabFunction(std::size_t axis, double f)
+{
+    const double white = currentWeights.GetFilterSum(axis);
+    return Single(f > labInverseThreshold ? white * (f * f * f) : (f - labOffset) * white / labSlope);
+}
+
 // A black has no chromaticity of its own: it takes that of a flat spectrum, and so of the illuminant.
 bool GetFlatXYZ(const VDMeasureConditions& conditions, VDColorVector& result)
 {
@@ -255,13 +267,12 @@ TRACE_GUARD(className, "GetVector_RGB")
 bool CMetryCalculator::GetVector_CIELab(const VDColorVector& source, VDColorVector& result)
 try {
     currentWeights.SetMeasuringConditions(source.GetMeasureConditions());
-    float f[3];
-    for (std::size_t axis = 0; axis < 3; ++axis)
-        f[axis] = LabFunction(RatioToWhite(currentWeights, axis, source[axis]), labSlope, labOffset);
-    const float lightness = Single(116.0 * f[1] - 16.0);
+    const double fX = ToLabFunction(0, source[0]);
+    const double fY = ToLabFunction(1, source[1]);
+    const double fZ = ToLabFunction(2, source[2]);
+    const float lightness = Single(116 * fY - 16);
     result.SetMeasureConditions(source.GetMeasureConditions());
-    result.SetElements(lightness < 0.0F ? 0.0F : lightness, Single((static_cast<double>(f[0]) - f[1]) * 500),
-                       Single((static_cast<double>(f[1]) - f[2]) * 200));
+    result.SetElements(lightness < 0.0F ? 0.0F : lightness, Single((fX - fY) * 500), Single((fY - fZ) * 200));
     return true;
 }
 TRACE_GUARD(className, "GetVector_CIELab")
@@ -270,16 +281,10 @@ bool CMetryCalculator::GetVector_CIEXYZ(const VDColorVector& source, VDColorVect
 try {
     currentWeights.SetMeasuringConditions(source.GetMeasureConditions());
     const float fY = Single((source[0] + 16.0) / 116);
-    const float f[] = {Single(source[1] / 500.0 + fY), fY, Single(fY - source[2] / 200.0)};
-    float xyz[3];
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-        const float white = currentWeights.GetFilterSum(axis);
-        const double value = f[axis];
-        xyz[axis] = value > labInverseThreshold ? Single(white * (value * value * value))
-                                                : Single((value - labOffset) * white / labSlope);
-    }
+    const float fX = Single(source[1] / 500.0 + fY);
+    const float fZ = Single(fY - source[2] / 200.0);
     result.SetMeasureConditions(source.GetMeasureConditions());
-    result.SetElements(xyz[0], xyz[1], xyz[2]);
+    result.SetElements(FromLabFunction(0, fX), FromLabFunction(1, fY), FromLabFunction(2, fZ));
     return true;
 }
 TRACE_GUARD(className, "GetVector_CIEXYZ")
