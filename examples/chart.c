@@ -133,7 +133,7 @@ static void measure_flash(oxv_device device)
 {
     float flash[36];
     for (int band = 0; band < 36; ++band)
-        flash[band] = 0.2F;
+        flash[band] = 25.0F;
     set("MeasurementMode", "ScanningAmbientLight");
     set("Recognition", "yes");
     check_scene(oxv_set_text(device, "position", "dark"));
@@ -142,7 +142,7 @@ static void measure_flash(oxv_device device)
     check_scene(oxv_flash(device, 0.3, 0.05, flash, 36, 380, 10));
     check(OX_TriggerMeasurement());
     printf("\nFlashes in the room: %" PRId32 " found\n", OX_GetNumberOfAvailableSamples());
-    print_spectrum("W / (m2 nm), summed over its readings");
+    print_spectrum("W s / (m2 nm), the light of the flash alone");
 }
 
 int main(int count, char** arguments)
@@ -161,8 +161,9 @@ int main(int count, char** arguments)
     check_scene(oxv_set_curve(device, "ambient", room, 36, 380, 10));
 
     OX_RegisterErrorHandler(on_error);
-    printf("%s, serial number %s\n", OX_GetOption("Version"), OX_GetOption("SerialNumber"));
-    printf("modes: %s\n\n", OX_GetOption("AvailableMeasurementModes"));
+    printf("%s\n", OX_GetOption("Version"));
+    printf("serial number %s\n", OX_GetOption("SerialNumber"));
+    printf("modes %s\n\n", OX_GetOption("AvailableMeasurementModes"));
     scan_chart(device, &chart);
     measure_spot(device, &chart);
     measure_light(device, "SingleEmission", "source", "A screen", "W / (sr m2 nm)");

@@ -35,6 +35,11 @@ const char* ReadName(PipeKind kind)
     return kind == PipeKind::interruptIn ? "interrupt-read" : "bulk-read";
 }
 
+std::string ControlPoint(const ControlSetup& setup)
+{
+    return "control:" + HexBytes({&setup.request, 1}).substr(1);
+}
+
 std::string PipeText(const char* what, PipeKind kind)
 {
     return what + std::to_string(static_cast<unsigned>(kind));
@@ -107,7 +112,7 @@ Fault UsbPort::Pass(const Transfer& transfer)
     case PipeKind::control:
         break;
     }
-    const std::string point = "control:" + HexBytes({&transfer.setup.request, 1}).substr(1);
+    const std::string point = ControlPoint(transfer.setup);
     return transfer.setup.request == resetRequest ? faults.Pass({"control", point, "reset", "any"})
                                                   : faults.Pass({"control", point, "any"});
 }
@@ -139,11 +144,11 @@ void UsbPort::Submit(const Holder& transfer, Moment now)
 
 void UsbPort::Perform(Transfer& transfer, Fault fault, Moment now)
 {
-    if (EndsAtOnce(transfer, fault, now))
+    if (GivesQueuedAnswer(transfer, now) || EndsAtOnce(transfer, fault, now))
         return;
     switch (transfer.pipe->kind) {
     case PipeKind::control:
-        return PerformControl(transfer, fault, now);
+        return transfer.setup.fromDevice ? PerformRequest(transfer, fault, now) : PerformOrder(transfer, fault, now);
     case PipeKind::bulkIn:
         return PerformBulkRead(transfer, fault, now);
     case PipeKind::bulkOut:
@@ -185,35 +190,38 @@ bool UsbPort::EndsAtOnce(Transfer& transfer, Fault fault, Moment now)
     }
 }
 
-void UsbPort::PerformControl(Transfer& transfer, Fault fault, Moment now)
+bool UsbPort::GivesQueuedAnswer(Transfer& transfer, Moment now)
+{
+    if (transfer.pipe->kind != PipeKind::control || !transfer.setup.fromDevice)
+        return false;
+    const auto answer = instrument.faults.TakeAnswer(ControlPoint(transfer.setup));
+    if (!answer)
+        return false;
+    const std::size_t size = std::min(answer->size(), transfer.size);
+    std::copy_n(answer->begin(), size, transfer.buffer.begin());
+    End(transfer, Ending::done, size, now);
+    return true;
+}
+
+void UsbPort::PerformRequest(Transfer& transfer, Fault fault, Moment now)
 {
     const std::span data(transfer.buffer.data(), transfer.size);
-    const ControlSetup& setup = transfer.setup;
-    if (setup.fromDevice) {
-        const std::string point = "control:" + HexBytes({&setup.request, 1}).substr(1);
-        if (const auto answer = instrument.faults.TakeAnswer(point)) {
-            const std::size_t size = std::min(answer->size(), data.size());
-            std::copy_n(answer->begin(), size, data.begin());
-            return End(transfer, Ending::done, size, now);
-        }
-        const auto moved = firmware.Control(setup, data, now);
-        if (!moved)
-            return End(transfer, Ending::stalled, 0, now);
-        if (fault == Fault::garbage)
-            Scramble(data.first(*moved));
-        return End(transfer, Ending::done, BytesUnder(fault, *moved), now);
-    }
-
-    const std::size_t arrived = BytesUnder(fault, data.size());
-    Bytes received(data.begin(), data.begin() + static_cast<std::ptrdiff_t>(arrived));
+    const auto moved = firmware.Control(transfer.setup, data, now);
+    if (!moved)
+        return End(transfer, Ending::stalled, 0, now);
     if (fault == Fault::garbage)
-        Scramble(received);
-    const bool accepted = firmware.Control(setup, received, now).has_value();
-    if (accepted && (setup.request == measureRequest || setup.request == resetRequest))
+        Scramble(data.first(*moved));
+    End(transfer, Ending::done, BytesUnder(fault, *moved), now);
+}
+
+void UsbPort::PerformOrder(Transfer& transfer, Fault fault, Moment now)
+{
+    Bytes arrived = Arriving(transfer, fault);
+    const std::uint8_t request = transfer.setup.request;
+    const bool accepted = firmware.Control(transfer.setup, arrived, now).has_value();
+    if (accepted && (request == measureRequest || request == resetRequest))
         EndBulkReads(now);
-    // A transfer that was cut short on the way ends in order for the host, whatever the instrument makes of it.
-    const bool done = accepted || arrived < data.size();
-    End(transfer, done ? Ending::done : Ending::stalled, done ? arrived : 0, now);
+    EndOutward(transfer, accepted, arrived.size(), now);
 }
 
 void UsbPort::PerformBulkRead(Transfer& transfer, Fault fault, Moment now)
@@ -227,13 +235,25 @@ void UsbPort::PerformBulkRead(Transfer& transfer, Fault fault, Moment now)
 
 void UsbPort::PerformBulkWrite(Transfer& transfer, Fault fault, Moment now)
 {
-    Bytes arrived(transfer.buffer.begin(),
-                  transfer.buffer.begin() + static_cast<std::ptrdiff_t>(BytesUnder(fault, transfer.size)));
+    const Bytes arrived = Arriving(transfer, fault);
+    instrument.trace.Add(Trace::Channel::main, "write " + std::to_string(arrived.size()) + HexBytes(arrived));
+    EndOutward(transfer, firmware.BulkWrite(arrived), arrived.size(), now);
+}
+
+Bytes UsbPort::Arriving(const Transfer& transfer, Fault fault)
+{
+    const auto first = transfer.buffer.begin();
+    Bytes arrived(first, first + static_cast<std::ptrdiff_t>(BytesUnder(fault, transfer.size)));
     if (fault == Fault::garbage)
         Scramble(arrived);
-    instrument.trace.Add(Trace::Channel::main, "write " + std::to_string(arrived.size()) + HexBytes(arrived));
-    const bool done = firmware.BulkWrite(arrived) || arrived.size() < transfer.size;
-    End(transfer, done ? Ending::done : Ending::stalled, done ? arrived.size() : 0, now);
+    return arrived;
+}
+
+void UsbPort::EndOutward(Transfer& transfer, bool accepted, std::size_t arrived, Moment now) const
+{
+    // What was cut short on the way ends in order for the host, whatever the instrument makes of it.
+    const bool done = accepted || arrived < transfer.size;
+    End(transfer, done ? Ending::done : Ending::stalled, done ? arrived : 0, now);
 }
 
 void UsbPort::AwaitMessage(Transfer& transfer, Moment now)

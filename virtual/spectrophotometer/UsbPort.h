@@ -84,13 +84,17 @@ private:
 
     Fault Pass(const Transfer& transfer);
     void Perform(Transfer& transfer, Fault fault, Moment now);
-    void PerformControl(Transfer& transfer, Fault fault, Moment now);
+    void PerformRequest(Transfer& transfer, Fault fault, Moment now);
+    void PerformOrder(Transfer& transfer, Fault fault, Moment now);
     void PerformBulkRead(Transfer& transfer, Fault fault, Moment now);
     void PerformBulkWrite(Transfer& transfer, Fault fault, Moment now);
     void AwaitMessage(Transfer& transfer, Moment now);
 
+    bool GivesQueuedAnswer(Transfer& transfer, Moment now);
     bool EndsAtOnce(Transfer& transfer, Fault fault, Moment now);
     void End(Transfer& transfer, Ending ending, std::size_t moved, Moment due) const;
+    void EndOutward(Transfer& transfer, bool accepted, std::size_t arrived, Moment now) const;
+    Bytes Arriving(const Transfer& transfer, Fault fault);
     void EndBulkReads(Moment now);
     void Scramble(std::span<std::uint8_t> bytes);
     void Forget(const Transfer& transfer);

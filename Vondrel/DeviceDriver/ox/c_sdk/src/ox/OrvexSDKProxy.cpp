@@ -72,6 +72,12 @@ try {
 }
 TRACE_GUARD("OrvexSDKProxy", "IsKeyPressed")
 
+std::int32_t OrvexSDKProxy::GetSampleCount()
+try {
+    return CurrentModeState().cache.Count();
+}
+TRACE_GUARD("OrvexSDKProxy", "GetSampleCount")
+
 std::int32_t OrvexSDKProxy::GetMode()
 try {
     return Device().GetMode();
