@@ -56,7 +56,8 @@ public:
 
     static const std::vector<std::string>& GetSupportedValues(std::string_view key);
 
-    /// The correlated colour temperature in whole kelvin, from 250 to 999950; -1 where there is none.
+    /// The correlated colour temperature in whole kelvin, from 250 to 999950; -1 where there is none. It is that of the
+    /// colour which the spectrum has under its own conditions: those of a light source say illumination "Emission".
     static float GetColorTemperature(const VDSpectrum& spectrum);
 
     /// A spectrum of reflectances between 0 and 1 that has this colour under the vector's conditions, within a CIELAB
@@ -65,7 +66,8 @@ public:
     /// @throws CMetryException "CMetryCalculator: Conversion out of Range": no reflectance gives this colour
     static VDSpectrum GetSpectrum(const VDColorVector& vector);
 
-    /// The general colour rendering index of a light source, in the way of CIE 13.3.
+    /// The general colour rendering index of a light source, in the way of CIE 13.3. Its conditions say illumination
+    /// "Emission".
     /// @param index      receives the index, whole; 100 for the reference itself, 0 where there is none
     /// @param reference  receives the name of the daylight that it is compared with, empty for a Planck radiator
     /// @return whether the source lies near enough to the reference for the index to mean something

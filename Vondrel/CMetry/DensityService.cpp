@@ -36,11 +36,11 @@ bool IsPaperRelative(const VDMeasureConditions& conditions)
     return conditions.GetWhiteBase() != WhiteBase::Absolute;
 }
 
-void CheckWhiteReference(const VDMeasureConditions& conditions)
+void CheckWhiteReference(const VDMeasureConditions& conditions, const char* method)
 {
     const WhiteBase base = conditions.GetWhiteBase();
     if ((base == WhiteBase::Paper || base == WhiteBase::Automatic) && !BaseCalculator::IsPaperWhiteSet())
-        throw CMetryException("Missing WhiteReference", THROW_LOCATION("DensityService", "GetDensity"));
+        throw CMetryException("Missing WhiteReference", THROW_LOCATION("DensityService", method));
 }
 
 /// The density in the channel of the conditions, or in a selected one where they name none.
@@ -55,10 +55,10 @@ float GetChannelDensity(const VDSpectrum& spectrum, const VDMeasureConditions& c
 }
 
 /// 9.99 exactly is the sign of a failure, whoever gave it.
-float CheckDensity(float density)
+float CheckDensity(float density, const char* method)
 {
     if (density == InvalidDensity)
-        throw CMetryException("Calculation of Density failed", THROW_LOCATION("DensityService", "GetDensity"));
+        throw CMetryException("Calculation of Density failed", THROW_LOCATION("DensityService", method));
     return density;
 }
 
@@ -66,7 +66,7 @@ float CheckDensity(float density)
 
 float DensityService::GetDensity(const VDSpectrum& spectrum, const VDMeasureConditions& conditions)
 try {
-    CheckWhiteReference(conditions);
+    CheckWhiteReference(conditions, "GetDensity");
     float density = InvalidDensity;
     if (conditions.GetDensityFilterMode() == DensityFilterMode::Max) {
         std::int16_t wavelength = 0;
@@ -75,15 +75,15 @@ try {
         DensityFilterMode channel;
         density = GetChannelDensity(spectrum, conditions, channel);
     }
-    return CheckDensity(density);
+    return CheckDensity(density, "GetDensity");
 }
 TRACE_GUARD("DensityService", "GetDensity")
 
 std::string DensityService::GetDensityFilterName(const VDSpectrum& spectrum, const VDMeasureConditions& conditions)
 try {
-    CheckWhiteReference(conditions);
+    CheckWhiteReference(conditions, "GetDensityFilterName");
     DensityFilterMode channel;
-    CheckDensity(GetChannelDensity(spectrum, conditions, channel));
+    CheckDensity(GetChannelDensity(spectrum, conditions, channel), "GetDensityFilterName");
     return MeasureConditionTranslator::ToString(channel);
 }
 TRACE_GUARD("DensityService", "GetDensityFilterName")

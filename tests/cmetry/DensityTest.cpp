@@ -96,6 +96,20 @@ TEST_F(Density, OfGreysUnderEveryStandard)
     }
 }
 
+TEST(DensityCurve, SumProductAndEquality)
+{
+    Filter::Curve half;
+    half.fill(0.5F);
+    Filter curve(half);
+    EXPECT_EQ(curve.GetFilterSum(), 18.0F);
+    curve[3] = 2.5F;
+    EXPECT_EQ(curve.GetFilterSum(), 20.0F) << "a written weight counts";
+    EXPECT_NEAR(curve * FlatSpectrum(0.1F), 2.0F, 1e-6);
+    EXPECT_NEAR(curve.FilterXFilter(curve) * FlatSpectrum(0.1F), 1.5F, 1e-6);
+    EXPECT_TRUE(curve == Filter(curve));
+    EXPECT_FALSE(curve == Filter(half));
+}
+
 TEST_F(Density, NarrowBandReadsOnePoint)
 {
     VDSpectrum spectrum = FlatSpectrum(0.5F);

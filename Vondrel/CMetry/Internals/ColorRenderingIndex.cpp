@@ -82,11 +82,11 @@ IlluminationTYPE FindDaylight(const Yuv& source)
 {
     IlluminationTYPE nearest = daylights.front();
     double smallest = HUGE_VAL;
-    for (const IlluminationTYPE daylight_ : daylights) {
-        const double distance = Distance(GetYuv(GetDaylight(daylight_), EmissionConditions()), source);
+    for (const IlluminationTYPE type : daylights) {
+        const double distance = Distance(GetYuv(GetDaylight(type), EmissionConditions()), source);
         if (distance < smallest) {
             smallest = distance;
-            nearest = daylight_;
+            nearest = type;
         }
     }
     return nearest;
