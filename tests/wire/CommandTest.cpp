@@ -117,6 +117,7 @@ TEST_F(Commands, HandOutTheLinesOfAScanOnceAndNoneAfterAFailure)
         return TransferResult{fails ? TransferKind::failed : TransferKind::done};
     };
     EXPECT_EQ(Thrown([&] { functionality.StartScan(256, 1); }), "IOException: Read data failed (OverlappedRead)");
+    instrument.fault = nullptr;
     EXPECT_EQ(functionality.GetScanData(line), 0U);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/Usb.h"
+#include "tests/wire/Samples.h"
 
 #include <array>
 #include <condition_variable>
@@ -61,12 +62,3 @@ private:
     std::size_t streamPosition = 0;
     std::uint32_t writeAddress = 0;
 };
-
-/// Bytes as the trace writes them: "01 02 FF".
-std::string Hex(std::span<const std::uint8_t> bytes);
-
-/// The memory of a new instrument: an allocation table of the default containers, everything else zero but 3012.
-std::vector<std::uint8_t> NewMemory();
-
-/// `count` measurement blocks; every word of block i is first + i, the offset word is `offset`.
-std::vector<std::uint8_t> Blocks(std::size_t count, std::uint16_t first, std::uint16_t offset = 0);

@@ -93,6 +93,7 @@ TEST_F(Transport, OpensAllPipesOrNone)
         EXPECT_EQ(Thrown([&] { BrindleUSBDevice(nullptr, "/dev/fake/1"); }),
                   std::string("IOException: could not open pipe:") + reason);
         EXPECT_EQ(instrument.openPipes, 0);
+        instrument.fault = nullptr;
     }
     instrument.fault = [](const std::string& point) {
         return TransferResult{point == "open 3" ? TransferKind::denied : TransferKind::done};
@@ -134,6 +135,7 @@ TEST_F(Transport, ReadsAScanUntilAShortPackage)
         EXPECT_EQ(lines.size(), c.lines);
         for (const auto& line : lines)
             EXPECT_EQ(line.size(), lineSize);
+        instrument.fault = nullptr;
     }
 }
 
