@@ -2,12 +2,14 @@
 
 #include "Colors.h"
 
+#include "Vondrel/CMetry/CMetryService.h"
 #include "Vondrel/CMetry/Internals/CMetryCalculator.h"
 #include "Vondrel/CMetry/Internals/SinglePrecision.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <fstream>
 #include <functional>
@@ -202,6 +204,43 @@ TEST(DeltaE94, WeighsByTheChromaOfTheReference)
     EXPECT_FLOAT_EQ(Calculator::GetDeltaE_94(Lab(50, 0, 0), Lab(50, 3, 4), 1, 1, 1), 5.0F) << "of a grey: 76";
 }
 
+TEST(DeltaEFMCII, IsTheEllipsoidOfThePublication)
+{
+    // Chickering, FMC color-difference formulas, J. Opt. Soc. Am. 61 (1971), in the form of its axes, in double
+    // precision.
+    const auto published = [](const VDColorVector& reference, const VDColorVector& sample) {
+        const auto cones = [](const VDColorVector& xyz) {
+            return std::array<double, 3>{0.724 * xyz[0] + 0.382 * xyz[1] - 0.098 * xyz[2],
+                                         -0.48 * xyz[0] + 1.37 * xyz[1] + 0.1276 * xyz[2], 0.686 * xyz[2]};
+        };
+        const auto [p, q, s] = cones(reference);
+        const auto other = cones(sample);
+        const double y = reference[1];
+        const double root = std::hypot(p, q);
+        const double a =
+            std::sqrt(17.3e-6 * root * root / (1 + 2.73 * p * p * q * q / (std::pow(p, 4) + std::pow(q, 4))));
+        const double b = std::sqrt(3.098e-4 * (s * s + 0.2015 * y * y));
+        const double k1 = 0.55669 + y * (0.049434 + y * (-0.82575e-3 + y * (0.79172e-5 + y * -0.30087e-7)));
+        const double k2 = 0.17548 + y * (0.027556 + y * (-0.57262e-3 + y * (0.63893e-5 + y * -0.26731e-7)));
+        const double redGreen = (q * (other[0] - p) - p * (other[1] - q)) / root;
+        const double along = (p * (other[0] - p) + q * (other[1] - q)) / root;
+        const double yellowBlue = s * along / root - (other[2] - s);
+        return std::hypot(k1 * redGreen / a, k1 * yellowBlue / b, k2 * 0.279 * along / a);
+    };
+    RandomColors random;
+    const auto conditions = Conditions(ColorSpace::CIEXYZ);
+    for (int i = 0; i < 200; ++i) {
+        const auto reference = random.Reflectance();
+        const auto sample = random.Reflectance();
+        VDColorVector xyz1;
+        VDColorVector xyz2;
+        ASSERT_TRUE(Calculator::GetVector_CIEXYZ(reference, conditions, xyz1));
+        ASSERT_TRUE(Calculator::GetVector_CIEXYZ(sample, conditions, xyz2));
+        const double expected = published(xyz1, xyz2);
+        EXPECT_NEAR(Calculator::GetDeltaE_FMCII(reference, sample, conditions), expected, 1e-5 * expected);
+    }
+}
+
 TEST(DeltaECMC, WeighsLightnessBySectionsThatMeetNear16)
 {
     const auto difference = [](float lightness) {
@@ -255,6 +294,32 @@ TEST(Metamerism, IsZeroForASpectrumAgainstItselfAndForItsMultiples)
         EXPECT_NEAR(Calculator::GetMetamery(spectrum, half, conditions, VDIllumination(type)), 0.0F, 1e-4)
             << "the correction is multiplicative";
         EXPECT_GT(Calculator::GetMetamery(spectrum, random.Reflectance(), conditions, VDIllumination(type)), 0.01F);
+    }
+}
+
+TEST(ColorClass, ChangesAtItsHues)
+{
+    const struct {
+        float hue, chroma, lightness;
+        int type;
+    } cases[] = {
+        {2, 30, 60, 0},     {18, 30, 60, 0},     {22, 30, 48, 9},    {22, 30, 52, 12},    {22, 42, 48, 12},
+        {34, 50, 60, 12},   {37, 50, 60, 9},     {37, 58, 60, 12},   {43, 30, 48, 9},     {46, 30, 66, 8},
+        {46, 30, 64, 9},    {78, 72, 64, 11},    {78, 60, 68, 8},    {81, 48, 66, 8},     {81, 52, 66, 10},
+        {88, 60, 63, 9},    {92, 60, 63, 6},     {92, 72, 64, 10},   {108, 30, 66, 8},    {111, 30, 48, 6},
+        {111, 30, 52, 7},   {133, 52, 48, 7},    {133, 30, 48, 6},   {136, 30, 50, 5},    {173, 30, 50, 5},
+        {176, 30, 50, 4},   {208, 30, 50, 4},    {211, 30, 50, 3},   {258, 30, 50, 3},    {261, 30, 50, 2},
+        {298, 30, 50, 2},   {301, 30, 50, 1},    {333, 30, 50, 1},   {336, 30, 50, 0},    {358, 30, 50, 0},
+        {200, 8.5F, 50, 4}, {200, 7.5F, 50, 14}, {200, 6.3F, 85, 4}, {200, 5.9F, 85, 13}, {20, 4, 32, 14},
+        {20, 4, 28, 15},    {20, 4, 78, 14},
+    };
+    for (const auto& c : cases) {
+        const double angle = Calculator::DegToRad(c.hue);
+        VDColorVector lab(c.lightness, Single(c.chroma * std::cos(angle)), Single(c.chroma * std::sin(angle)),
+                          Conditions(ColorSpace::CIELab));
+        VDSpectrum spectrum = CMetryService::GetSpectrum(lab);
+        spectrum.SetMeasureConditions(lab.GetMeasureConditions());
+        EXPECT_EQ(Calculator::GetColorType(spectrum), c.type) << c.hue << ' ' << c.chroma << ' ' << c.lightness;
     }
 }
 

@@ -264,6 +264,44 @@ TEST(ColorSpace, TheUniformSpaceIsTheSameInBothForms)
     }
 }
 
+TEST(ColorSpace, TheUniformSpaceHasTwoSectionsOfLightnessAndKeepsGreysGrey)
+{
+    // A grey of reflectance r has Y = 100 r, and L* is 50 at Y = 18.4187.
+    const auto conditions = Conditions(ColorSpace::LABvd);
+    const auto middle = Get(&Calculator::GetVector_LABvd, FlatSpectrum(0.184187F), conditions);
+    ExpectNear(middle, static_cast<float>(std::log(0.040975 * 50) / 0.040975 + 0.01765 * 50 + 34.7231), 0.0F, 0.0F,
+               1e-3);
+    const auto dark = Get(&Calculator::GetVector_CIELab, FlatSpectrum(0.015F), conditions);
+    ASSERT_LT(dark[0], 16.0F);
+    ExpectNear(Get(&Calculator::GetVector_LABvd, FlatSpectrum(0.015F), conditions), dark[0] / 0.511F, 0.0F, 0.0F, 1e-3);
+}
+
+TEST(ColorSpace, HunterAndTheReflectancesOfTheLobesWeighAgainstTheWhite)
+{
+    // The lobes of x-bar apart: blue up to 500 nm, red beyond.
+    VDSpectrum cold;
+    VDSpectrum warm;
+    for (std::size_t i = 0; i < VDSpectrum::GetNrOfDataPoints(); ++i)
+        (VDSpectrum::GetWaveLength(i) <= 500 ? cold : warm)[i] = 0.8F;
+    for (const auto type : {IlluminationTYPE::A, IlluminationTYPE::D65}) {
+        const auto conditions = Conditions(ColorSpace::CIEXYZ, type);
+        const auto xyz = Get(&Calculator::GetVector_CIEXYZ, warm, conditions);
+        const auto white = Get(&Calculator::GetVector_CIEXYZ, FlatSpectrum(1.0F), conditions);
+        const double root = std::sqrt(static_cast<double>(xyz[1]));
+        // Hunter, The Measurement of Appearance: L = 10 Y^1/2, a = 17.5 (1.02 X - Y) / Y^1/2 and
+        // b = 7 (Y - 0.847 Z) / Y^1/2, the factors being those of the white.
+        ExpectNear(Get(&Calculator::GetVector_HunterLab, warm, conditions), static_cast<float>(10 * root),
+                   static_cast<float>(17.5 * (100 * xyz[0] / white[0] - xyz[1]) / root),
+                   static_cast<float>(7 * (xyz[1] - 100 * xyz[2] / white[2]) / root), 1e-4);
+
+        const auto lobes = Get(&Calculator::GetVector_RxRyRz, warm, conditions);
+        const auto blue = Get(&Calculator::GetVector_CIEXYZ, cold, conditions);
+        EXPECT_NEAR(lobes[0] + lobes[2] * blue[0] / xyz[0], 80.0, 1e-3) << "Rz has been taken out of X";
+        EXPECT_EQ(lobes[1], xyz[1]);
+        EXPECT_NEAR(lobes[2], 100 * xyz[2] / white[2], 1e-4);
+    }
+}
+
 TEST(ColorSpace, RGBCountsFrom0To255)
 {
     const struct {
