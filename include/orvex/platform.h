@@ -4,26 +4,26 @@
  * platform.h - where the colorimeters are on this machine
  *
  * The colorimeter toolkit (zelcal.h) knows serial ports by the numbers 1 to 8 and USB instruments by the index of their
- * device file, from 0 on. These calls say which files stand behind the numbers. Call them before an instrument is opened
- * and from one thread at a time; they count for the whole process. Compiles as C99 and as C++20.
+ * device file, from 0 on. These calls say which files stand behind the numbers. Call them before an instrument is
+ * opened and from one thread at a time; they count for the whole process. Compiles as C99 and as C++20.
  *
  * Serial ports are /dev/ttyS0 to /dev/ttyS7 unless told otherwise. A serial colorimeter on a USB adapter keeps its name
  * with a udev rule such as
  *     SUBSYSTEM=="tty", ATTRS{idVendor}=="0403", ATTRS{serial}=="A700XYZ", SYMLINK+="colorimeter", GROUP="plugdev"
  * and then orvex_set_serial_port_name(1, "/dev/colorimeter").
  *
- * A USB colorimeter is a device file that takes eight bytes and gives eight bytes, /dev/zelcal0 to /dev/zelcal126 unless
- * told otherwise. The rule of its kernel driver must let the user read and write it:
- *     KERNEL=="zelcal[0-9]*", MODE="0660", GROUP="plugdev"
+ * A USB colorimeter is a device file that takes eight bytes and gives eight bytes, /dev/zelcal0 to /dev/zelcal126
+ * unless told otherwise. The rule of its kernel driver must let the user read and write it: KERNEL=="zelcal[0-9]*",
+ * MODE="0660", GROUP="plugdev"
  */
 #include <stdint.h>
 
 #ifndef ORVEX_PLATFORM_API
-#  if defined(__GNUC__)
-#    define ORVEX_PLATFORM_API __attribute__((visibility("default")))
-#  else
-#    define ORVEX_PLATFORM_API
-#  endif
+#if defined(__GNUC__)
+#define ORVEX_PLATFORM_API __attribute__((visibility("default")))
+#else
+#define ORVEX_PLATFORM_API
+#endif
 #endif
 
 #ifdef __cplusplus
