@@ -9,12 +9,15 @@
  *
  * Serial ports are /dev/ttyS0 to /dev/ttyS7 unless told otherwise. A serial colorimeter on a USB adapter keeps its name
  * with a udev rule such as
+ *
  *     SUBSYSTEM=="tty", ATTRS{idVendor}=="0403", ATTRS{serial}=="A700XYZ", SYMLINK+="colorimeter", GROUP="plugdev"
+ *
  * and then orvex_set_serial_port_name(1, "/dev/colorimeter").
  *
  * A USB colorimeter is a device file that takes eight bytes and gives eight bytes, /dev/zelcal0 to /dev/zelcal126
- * unless told otherwise. The rule of its kernel driver must let the user read and write it: KERNEL=="zelcal[0-9]*",
- * MODE="0660", GROUP="plugdev"
+ * unless told otherwise. The rule of its kernel driver must let the user read and write it:
+ *
+ *     KERNEL=="zelcal[0-9]*", MODE="0660", GROUP="plugdev"
  */
 #include <stdint.h>
 
