@@ -40,14 +40,12 @@ Platform::Semaphore& Guard()
     return *guard;
 }
 
-/// A decimal number without anything else; none for another text.
-std::optional<int> Number(std::string_view text)
+/// A decimal number without anything else; -1 for another text.
+int Number(std::string_view text)
 {
-    int number = 0;
+    int number = -1;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc() || end != text.data() + text.size())
-        return std::nullopt;
-    return number;
+    return error == std::errc() && end == text.data() + text.size() ? number : -1;
 }
 
 std::shared_ptr<Instrument> Make(std::string_view kind)
@@ -56,7 +54,7 @@ std::shared_ptr<Instrument> Make(std::string_view kind)
     if (kind == "spectrophotometer")
         instrument = MakeSpectrophotometer();
     else if (kind.starts_with(colorimeterPrefix))
-        instrument = MakeColorimeter(Number(kind.substr(colorimeterPrefix.size())).value_or(-1));
+        instrument = MakeColorimeter(Number(kind.substr(colorimeterPrefix.size())));
     if (!instrument)
         throw Refusal(OXV_NO_SUCH_NAME, "there is no instrument of the kind \"" + std::string(kind) + "\"");
     return instrument;
@@ -67,18 +65,18 @@ Place PlaceNamed(std::string_view where, bool spectrophotometer)
 {
     const auto colon = where.find(':');
     const auto road = where.substr(0, colon);
-    const auto number = colon == std::string_view::npos ? std::nullopt : Number(where.substr(colon + 1));
+    const int number = colon == std::string_view::npos ? -1 : Number(where.substr(colon + 1));
     if (where == "usb")
         return {Place::Road::usb, -1};
-    if (road == "usb" && number && *number >= 0 && *number < usbPlaces)
-        return {Place::Road::usb, *number};
+    if (road == "usb" && number >= 0 && number < usbPlaces)
+        return {Place::Road::usb, number};
 
-    const bool onPort = road == "serial" && number && *number >= 1 && *number <= serialPorts;
+    const bool onPort = road == "serial" && number >= 1 && number <= serialPorts;
     if (!onPort && where != "pty")
         throw Refusal(OXV_BAD_VALUE, "there is no place \"" + std::string(where) + "\"");
     if (spectrophotometer)
         throw Refusal(OXV_NOT_POSSIBLE, "a spectrophotometer goes on USB only");
-    return onPort ? Place{Place::Road::serial, *number} : Place{Place::Road::pty, 0};
+    return onPort ? Place{Place::Road::serial, number} : Place{Place::Road::pty, 0};
 }
 
 }
