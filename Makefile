@@ -4,7 +4,7 @@ PRESET ?= release
 SOURCES = $$(git ls-files '*.cpp' '*.h' '*.c')
 
 .DEFAULT_GOAL := help
-.PHONY: help demo check build test format format-check tidy debug coverage bench fuzz check-kernel install clean
+.PHONY: help demo check build test format format-check tidy debug coverage bench color-digest fuzz check-kernel install clean
 
 help: ## list the targets
 	@awk -F ':.*## ' '/^[a-z-]+:.*## / { printf "  make %-14s %s\n", $$1, $$2 }' $(MAKEFILE_LIST)
@@ -52,6 +52,10 @@ bench: ## run the benchmarks
 	cmake --preset release
 	cmake --build build/release
 	for program in $$(find build/release/benchmarks -type f -perm -u+x -name '*_benchmark'); do $$program; done
+
+color-digest: ## the bits of colorimetry are the same with g++ and clang, optimised or not
+	@tools/setup.sh check
+	@tools/color-digest.sh
 
 fuzz: ## ten minutes of fuzzing per target
 	@tools/setup.sh check

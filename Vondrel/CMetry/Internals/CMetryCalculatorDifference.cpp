@@ -7,7 +7,6 @@
 #include "Vondrel/Utilities/Exceptions/TraceGuard.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <numbers>
 
