@@ -256,9 +256,9 @@ TEST(ChartRecognition, ReportsToBothCallbacksOrToNone)
 
     auto& values = Listener::Values();
     EXPECT_THAT(Listener::Order(), ElementsAre(0, 1, 2, 3, 4, 8, 5, 6, 7, 10, 9));
-    for (const std::uint32_t channel : {0, 1, 2, 3, 4})
+    for (const std::uint32_t channel : {0U, 1U, 2U, 3U, 4U})
         EXPECT_THAT(values[channel], SizeIs(scan.readings.size() - 1));
-    for (const std::uint32_t channel : {5, 6, 7, 8})
+    for (const std::uint32_t channel : {5U, 6U, 7U, 8U})
         EXPECT_THAT(values[channel], SizeIs(outcome.patches.size()));
 
     Vondrel::CMetry::VDMeasureConditions conditions;

@@ -509,7 +509,7 @@ TEST(WhiteCheck, NeedsTwentyEightBandsAndNoZero)
     EXPECT_FALSE(HasShapeOfWhite(Floats(27, 1), Floats(36, 1), 0));
     EXPECT_FALSE(HasShapeOfWhite(Floats(36, 1), Floats(35, 1), 0));
     EXPECT_FALSE(HasShapeOfWhite({}, {}, 0));
-    for (const std::size_t zero : {0, 17, 35}) {
+    for (const std::size_t zero : {std::size_t{0}, std::size_t{17}, std::size_t{35}}) {
         Floats reference(bands, 1);
         reference[zero] = 0;
         EXPECT_THAT([&] { HasShapeOfWhite(Floats(bands, 1), reference, 0); },

@@ -87,7 +87,7 @@ TEST(Property, DecodesBytesByItsOwnType)
         EXPECT_EQ(property.GetMemberType(), c.type);
         EXPECT_EQ(property.AsLongVector(), c.longs);
         EXPECT_EQ(property.AsFloatVector(), c.floats);
-        EXPECT_EQ(property.AsByteVector(), Bytes(c.bytes.begin(), c.bytes.begin() + property.GetSize()));
+        EXPECT_EQ(property.AsByteVector(), Bytes(c.bytes.data(), c.bytes.data() + property.GetSize()));
     }
 }
 
