@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <string_view>
 
 namespace Virtual::Colorimeter {
 namespace {
@@ -181,8 +182,8 @@ Reply Firmware::WithLong(std::uint32_t value, double seconds) const
 Reply Firmware::Version(Parameters)
 {
     Reply reply = Acknowledge();
-    reply.bytes.insert(reply.bytes.end(), version.begin(),
-                       version.begin() + std::min<std::ptrdiff_t>(8, std::ssize(version)));
+    for (const char letter : std::string_view(version).substr(0, 8))
+        reply.bytes.push_back(static_cast<std::uint8_t>(letter));
     return reply;
 }
 
