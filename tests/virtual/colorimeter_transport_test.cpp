@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <gmock/gmock.h>
 #include <string>
 #include <thread>
@@ -207,6 +208,39 @@ TEST_F(Transport, ADescriptorStandsForAPortInMemory)
     EXPECT_EQ(Ask(port, readLetter).size(), 3U) << "forgotten, not closed";
     EXPECT_EQ(Platform::SerialClose(port), 0);
     EXPECT_EQ(oxv_port_descriptor(oxv_attach("colorimeter-4", "usb")), OXV_NOT_POSSIBLE);
+}
+
+TEST_F(Transport, TwoInstrumentsTalkAtOnce)
+{
+    ASSERT_GT(oxv_attach("colorimeter-4", "serial:1"), 0);
+    ASSERT_GT(oxv_attach("colorimeter-9", "serial:2"), 0);
+    std::array<int, 2> good{};
+    const auto talk = [&](std::size_t which) {
+        const auto port = OpenPort(static_cast<std::int32_t>(which) + 1);
+        for (int i = 0; i < 100; ++i)
+            good[which] += Ask(port, {1, 1}).size() == 5; // however far the other one moves the clock
+        Platform::SerialClose(port);
+    };
+    std::thread other(talk, 1);
+    talk(0);
+    other.join();
+    EXPECT_THAT(good, ElementsAre(100, 100));
+}
+
+TEST_F(Transport, ARealClockMakesTheHostWait)
+{
+    const auto device = oxv_attach("colorimeter-4", "serial:1");
+    const auto port = OpenPort(1, {100, 0, 50, 0, 0});
+    oxv_clock_mode(OXV_CLOCK_REAL);
+    const auto realTime = [&](const Bytes& frame) {
+        const auto start = std::chrono::steady_clock::now();
+        Ask(port, frame);
+        return std::chrono::steady_clock::now() - start;
+    };
+    oxv_set_number(device, "reply-delay", 0.03);
+    EXPECT_GE(realTime(readLetter), std::chrono::milliseconds(29));
+    EXPECT_GE(realTime({1, 99}), std::chrono::milliseconds(49)) << "to the limit";
+    Platform::SerialClose(port);
 }
 
 // ---- device channels
