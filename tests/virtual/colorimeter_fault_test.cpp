@@ -50,6 +50,11 @@ TEST(ColorimeterFault, OnASerialLine)
             EXPECT_EQ(met[0].end, c.end);
         }
         EXPECT_EQ(rig->IsPlugged(), c.fault != std::string("unplug"));
+        const Bytes payload(c.bytes.begin() + (c.bytes.empty() ? 0 : 1), c.bytes.end());
+        EXPECT_THAT(
+            rig->trace.Text(Virtual::Trace::Channel::main),
+            testing::EndsWith(c.bytes.empty() ? "command 08 79\n" : "reply" + Virtual::HexBytes(payload) + "\n"))
+            << "the trace shows what was sent";
         rig->Plug(0);
         EXPECT_EQ(ask()[0].bytes, Bytes({3, 8, 121, 'C'})) << "nor the third";
     }

@@ -22,6 +22,7 @@ constexpr std::uint8_t unknownCommand = 0xEE; // the echo over USB
 constexpr std::uint8_t junkByte = 0x55;
 constexpr Moment driverPatience = 5'000'000; // after which the channel's driver gives an instrument up
 
+/// Places in the table of numbers below.
 enum Row : std::size_t {
     rowX,
     rowY,
@@ -61,6 +62,7 @@ constexpr NumberRow numberTable[] = {
     {"junk-at-open", 0, 0, 64, true, false},
     {"periods-left", 0, 0, 255, true, false},
 };
+static_assert(std::size(numberTable) == rowPeriodsLeft + 1);
 
 Moment Microseconds(double seconds)
 {
@@ -260,7 +262,7 @@ Instrument::Outcome Instrument::Run(std::span<const std::uint8_t> frame, Moment 
     return outcome;
 }
 
-/// Faults that change the bytes of a reply but not how many of them are announced.
+/// Faults that change the reply itself, not its way to the host.
 void Instrument::Mangle(Outcome& outcome)
 {
     Bytes& bytes = outcome.reply->bytes;
@@ -321,25 +323,22 @@ std::vector<Arrival> Instrument::Receive(std::span<const std::uint8_t> bytes, Mo
 Arrival Instrument::ToArrival(Outcome& outcome)
 {
     Mangle(outcome);
-    Bytes& payload = outcome.reply->bytes;
-    trace.Add(Trace::Channel::main, "reply" + HexBytes(payload));
+    Bytes payload = std::move(outcome.reply->bytes);
     Arrival arrival{{static_cast<std::uint8_t>(payload.size())}, outcome.due, Arrival::End::none};
-    switch (outcome.fault) {
-    case Fault::lengthZero:
+    if (outcome.fault == Fault::lengthZero) {
         arrival.bytes = {0};
-        return arrival;
-    case Fault::lengthTen:
+        payload.clear();
+    } else if (outcome.fault == Fault::lengthTen) {
         arrival.bytes = {10};
         payload.resize(10, behindTheReply);
-        break;
-    case Fault::closeAfterLength:
+    } else if (outcome.fault == Fault::closeAfterLength) {
         arrival.end = Arrival::End::hangUp;
-        return arrival;
-    default:
-        break;
+        payload.clear();
     }
     arrival.bytes.insert(arrival.bytes.end(), payload.begin(), payload.end());
     arrival.bytes.resize(BytesUnder(outcome.fault, arrival.bytes.size()));
+    if (!arrival.bytes.empty())
+        trace.Add(Trace::Channel::main, "reply" + HexBytes(std::span(arrival.bytes).subspan(1)));
     return arrival;
 }
 
