@@ -80,6 +80,8 @@ std::int32_t ReadExtendedCell(void* source, std::uint16_t address, std::uint8_t*
 
 std::int32_t ReadIntoRecord(CalDataBlock* device, const Field& field)
 {
+    if (device == nullptr)
+        return ZEL_BAD_ARGUMENT;
     return ReadFields(ReadCell, device, &field, 1, &device->eeprom);
 }
 

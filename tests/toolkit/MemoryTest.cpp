@@ -1,7 +1,8 @@
+#include "tests/toolkit/OwnFolder.h"
 #include "tests/toolkit/ScriptedSeam.h"
 
+#include <clocale>
 #include <cmath>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -59,19 +60,6 @@ std::uint32_t LongAt(const ScriptedInstrument& instrument, unsigned address)
 
 class MemoryTest : public ToolkitTest {
 protected:
-    MemoryTest() : before(std::filesystem::current_path())
-    {
-        char name[] = "/tmp/toolkit_memory_XXXXXX";
-        folder = mkdtemp(name);
-        std::filesystem::current_path(folder);
-    }
-
-    ~MemoryTest() override
-    {
-        std::filesystem::current_path(before);
-        std::filesystem::remove_all(folder);
-    }
-
     /// Closes and opens the same instrument again.
     void Reopen()
     {
@@ -79,8 +67,7 @@ protected:
         ASSERT_EQ(ZEL_OK, zelOpenCalibrator_M(&device, 0, version));
     }
 
-    std::filesystem::path before;
-    std::filesystem::path folder;
+    OwnFolder folder; ///< for report files
 };
 
 TEST_F(MemoryTest, WorkingConstantsFollowTheType)
@@ -219,7 +206,7 @@ TEST_F(MemoryTest, SlotsAreRefusedInTheirOrder)
     EXPECT_EQ(ZEL_OUT_OF_RANGE, zelStoreCalibrationData_M(&device, reference, vectors, 3, 1));
     EXPECT_EQ(ZEL_ZERO_COMPONENT, zelStoreCalibrationData_M(&device, zeroX.data(), vectors, 4, 1));
     EXPECT_EQ("", instrument.TakeFrames()) << "nothing written";
-    EXPECT_TRUE(std::filesystem::is_empty(folder)) << "no report";
+    EXPECT_TRUE(std::filesystem::is_empty(folder.Path())) << "no report";
     EXPECT_EQ(ZEL_OK, zelStoreCalibrationData_M(&device, reference, zeroBlue.data(), 6, 1));
 
     for (const int format : {3, 6}) {

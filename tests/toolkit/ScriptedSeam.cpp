@@ -103,12 +103,13 @@ std::vector<std::uint8_t> ScriptedInstrument::Answer(const std::vector<std::uint
     Bytes reply = {code};
     const auto is = [&](int wanted, std::size_t size) { return code == wanted && frame.size() == size; };
     const auto cell = [&](std::size_t high, std::size_t low) -> std::uint8_t& {
-        return cells[(high == low ? frame[low] : frame[high] << 8 | frame[low]) % cells.size()];
+        const std::size_t address = (high == low ? 0U : frame[high] * 256U) + frame[low];
+        return cells[address % cells.size()];
     };
     if (code == 0) {
         reply.insert(reply.end(), version.begin(), version.end());
     } else if (code == 5) {
-        ticks = frame[1] << 24U | frame[2] << 16U | frame[3] << 8U | frame[4];
+        ZKConvertToLong(frame.data() + 1, &ticks);
     } else if (code == 6) {
         Append(reply, ticks);
     } else if (is(7, 3)) {
