@@ -1,8 +1,13 @@
 // Prints digests over the bits of many colours under many conditions. "arithmetic" rests on + - * / and the square root
 // alone and is the same on every machine; "functions" takes in the mathematical functions of the system's library and
-// is the same for every compiler and optimisation on one machine.
+// is the same for every compiler and optimisation on one machine; so is "services", which takes in densities, colour
+// temperatures, rendering and estimated spectra.
 #include "Vondrel/CMetry/Internals/CMetryCalculator.h"
 #include "Vondrel/CMetry/Internals/CMetryFilter.h"
+#include "Vondrel/CMetry/Internals/ColorRenderingIndex.h"
+#include "Vondrel/CMetry/Internals/ColorTemperature.h"
+#include "Vondrel/CMetry/Internals/DensityCalculator.h"
+#include "Vondrel/CMetry/Internals/Lab2Spec.h"
 
 #include <bit>
 #include <cstdint>
@@ -72,8 +77,8 @@ private:
 std::vector<VDMeasureConditions> AllConditions()
 {
     std::vector<std::string> illuminations{"A", "B", "C", "D50", "D55", "D65", "D75", "F2", "F7", "F11", "Emission"};
-    for (int number = 1; number <= 12; ++number)
-        illuminations.push_back("F" + std::to_string(number));
+    for (const auto* number : {"1", "2", "3", "4", "5", "6", "7", "8", "9", "10", "11", "12"})
+        illuminations.push_back(std::string("F").append(number));
     for (int kelvin = 4000; kelvin <= 25000; kelvin += 3000)
         illuminations.push_back("Dxx, Temperature:" + std::to_string(kelvin));
 
@@ -133,13 +138,56 @@ void AddFunctions(const VDSpectrum& spectrum, const VDSpectrum& other, const VDM
     digest.Add(static_cast<float>(Calculator::GetColorType(spectrum)));
 }
 
+Vondrel::Utilities::Tools::SmartPointer<VDSample> PerfectPaper()
+{
+    VDSpectrum::ValueArray values;
+    values.fill(1.0F);
+    const Vondrel::Utilities::Tools::SmartPointer<VDSample> sample(new VDSample);
+    sample->SetSpectrum(VDSpectrum(values));
+    return sample;
+}
+
+// A light is a spectrum lifted off zero, as emission.
+void AddServices(const VDSpectrum& spectrum, const VDMeasureConditions& conditions, Digest& digest)
+{
+    VDDensity density;
+    for (int standard = 0; standard <= static_cast<int>(DensityStandard::SPI); ++standard) {
+        DensityCalculator::GetDensityVector(spectrum, static_cast<DensityStandard>(standard), false, density);
+        for (const float value : density.GetAllDensities())
+            digest.Add(value);
+    }
+    float dotArea = 0.0F;
+    DensityCalculator::GetDotArea(spectrum, spectrum, DensityStandard::DIN, DensityFilterMode::Cyan, 1.7F, dotArea);
+    digest.Add(dotArea);
+
+    VDSpectrum light = spectrum;
+    for (std::size_t i = 0; i < VDSpectrum::GetNrOfDataPoints(); ++i)
+        light[i] += 0.5F;
+    light.GetMeasureConditions().SetIllumination(VDIllumination(IlluminationTYPE::Emission));
+    bool valid = false;
+    std::string reference;
+    digest.Add(ColorTemperature().GetColorTemperature(light));
+    digest.Add(ColorRenderingIndex().GetColorRenderingIndex(light, valid, reference));
+
+    VDMeasureConditions ofLab = conditions;
+    ofLab.SetColorSpace(ColorSpace::CIELab);
+    VDColorVector lab;
+    Calculator::GetVector_CIELab(spectrum, ofLab, lab);
+    VDSpectrum estimated;
+    Lab2Spec().GetSpectrum(lab, estimated, 0.1F, false, 1000);
+    for (const float value : estimated.Values())
+        digest.Add(value);
+}
+
 }
 
 int main()
 {
     Digest arithmetic;
     Digest functions;
+    Digest services;
     Reflectances reflectances;
+    BaseCalculator::SetPaperWhitePointer(PerfectPaper());
     VDSpectrum other = reflectances.Next();
     for (const auto& conditions : AllConditions()) {
         for (int i = 0; i < spectraPerCondition; ++i) {
@@ -148,11 +196,14 @@ int main()
             AddFunctions(spectrum, other, conditions, functions);
             other = spectrum;
         }
+        AddServices(other, conditions, services);
+        Calculator::GetFilter().SetMeasuringConditions(conditions); // the weights of what came last are another's
         for (std::size_t axis = 0; axis < 3; ++axis)
             for (std::size_t i = 0; i < VDSpectrum::GetNrOfDataPoints(); ++i)
                 arithmetic.Add(Calculator::GetFilter()[axis][i]);
     }
     arithmetic.Print("arithmetic");
     functions.Print("functions");
+    services.Print("services");
     return 0;
 }
