@@ -163,6 +163,45 @@ TEST(ChartRecognition, NeedsEdgesOnBothSides)
     }
 }
 
+TEST(ChartRecognition, TakesNoPatchWhereTheInstrumentEntersOrLeavesTheChart)
+{
+    // The steps to 0.8 are signal, but small against the mean around them: what follows and precedes them is quiet.
+    std::vector<Grey> greys = {backing, {0.8F, 6}};
+    for (int i = 0; i < 15; ++i)
+        greys.insert(greys.end(), {{0.05F, 1}, {0.6F, 1}});
+    greys.insert(greys.end(), {{0.8F, 6}, backing});
+    const Listener listener;
+    const Outcome outcome = Recognize(greys);
+    ASSERT_LT(Listener::Values()[3][19], Listener::Values()[4][19]);
+    EXPECT_TRUE(outcome.done);
+    EXPECT_THAT(outcome.patches, IsEmpty());
+}
+
+TEST(ChartRecognition, RaisesTheEdgeLevelWithTheMeanAroundAPlace)
+{
+    const ChartScan scan = ChartScan::Random(5, ChartScan::Noise::OfWhite);
+    const Listener listener;
+    ASSERT_TRUE(Recognize(scan.readings).done);
+    const std::vector<double>& lightnesses = Listener::Values()[0];
+    const std::vector<double>& differences = Listener::Values()[3];
+    const std::vector<double>& levels = Listener::Values()[4];
+
+    const auto isSignal = [](double difference) { return difference > 2.0; };
+    const auto first = std::find_if(differences.begin(), differences.end(), isSignal) - differences.begin();
+    const auto last = differences.rend() - std::find_if(differences.rbegin(), differences.rend(), isSignal) - 1;
+    const auto window = (last - first + 1) / 5;
+    const auto half = window / 2;
+    for (std::ptrdiff_t i = 0; i < std::ssize(differences); ++i) {
+        const auto center = std::clamp(i, first + half, last - half);
+        const auto begin = differences.begin() + center - half;
+        const double mean = std::accumulate(begin, begin + window, 0.0) / static_cast<double>(window);
+        double level = 0.6 * mean;
+        if (i >= first && i < last)
+            level = std::max(level, 0.2 + (100 - lightnesses[static_cast<std::size_t>(i)]) / 100 * 1.8);
+        EXPECT_NEAR(levels[static_cast<std::size_t>(i)], level, 1e-6) << "at " << i;
+    }
+}
+
 TEST(ChartRecognition, DropsWhatIsShortAgainstBothNeighbours)
 {
     struct Case {
@@ -289,6 +328,7 @@ TEST(ChartRecognition, ReportsTheSpacingAsFarAsThereIsOne)
          {25, 36, 57},
          {51},
          {7}},
+        {"uneven by more than 99", {backing, {0.5F, 11}, {0.2F, 11}, {0.5F, 591}, backing}, {25, 36, 337}, {0}, {99}},
         {"far apart", {backing, {0.5F, 101}, {0.2F, 101}, backing}, {70, 171}, {0}, {}},
     };
     for (const Case& c : cases) {
