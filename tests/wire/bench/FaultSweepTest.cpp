@@ -3,11 +3,11 @@
 #include "Vondrel/Utilities/Exceptions/TraceableException.h"
 #include "Vondrel/Utilities/Multithreading/Mutex.h"
 #include "tests/wire/Recorder.h"
+#include "tests/wire/Settled.h"
 #include "tests/wire/bench/Journey.h"
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <future>
 
 using Vondrel::DeviceDriver::Ox::RawSpectrum;
@@ -28,11 +28,6 @@ constexpr std::uint32_t stride = 1;
 
 constexpr std::size_t memorySize = 8192;
 
-std::size_t CountThreads()
-{
-    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}));
-}
-
 class FaultSweep : public testing::Test {
 protected:
     void SetUp() override
@@ -45,7 +40,7 @@ protected:
         for (const char* c = address; *c != '\0'; ++c)
             if (std::isalnum(static_cast<unsigned char>(*c)) != 0)
                 lockName += *c;
-        threads = CountThreads();
+        threads = CountEntries("/proc/self/task");
         reference = Travel();
         ASSERT_EQ(reference.size(), 28U);
     }
@@ -70,7 +65,7 @@ protected:
         oxv_faults_clear(device);
         oxv_plug(device);
         oxv_memory_write(device, 0, memory.data(), memory.size());
-        EXPECT_EQ(CountThreads(), threads);
+        EXPECT_TRUE(SettlesAt("/proc/self/task", threads));
         EXPECT_TRUE(std::async(std::launch::async,
                                [&] {
                                    Vondrel::Utilities::Multithreading::Mutex lock(lockName);

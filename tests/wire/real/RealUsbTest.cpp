@@ -6,6 +6,7 @@
 #include "Vondrel/DeviceDriver/ox/USB/USBBrowser.h"
 #include "tests/wire/Recorder.h"
 #include "tests/wire/Samples.h"
+#include "tests/wire/Settled.h"
 #include "tests/wire/Thrown.h"
 #include "tests/wire/real/MockUsb.h"
 
@@ -13,7 +14,6 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <filesystem>
 #include <thread>
 
 using namespace Vondrel::DeviceDriver::Ox;
@@ -23,11 +23,6 @@ using testing::ElementsAre;
 namespace {
 
 using Behaviour = MockUsb::Behaviour;
-
-std::size_t CountEntries(const char* folder)
-{
-    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
-}
 
 class RealUsb : public testing::Test {
 protected:
@@ -125,8 +120,8 @@ TEST_F(RealUsb, OpensMeasuresAndLeavesNothingBehind)
     EXPECT_EQ(mock->written.size(), 2U * (1064 + 5 * 2)) << "the log, twice, with two zero bytes a block";
     EXPECT_EQ(mock->setups.back(), "40 D0 03 00 00 00 08 00");
     EXPECT_EQ(mock->setups[mock->setups.size() - 2], "00 00 84 00 00 00 08 00");
-    EXPECT_EQ(CountEntries("/proc/self/fd"), files);
-    EXPECT_EQ(CountEntries("/proc/self/task"), threads);
+    EXPECT_TRUE(SettlesAt("/proc/self/fd", files));
+    EXPECT_TRUE(SettlesAt("/proc/self/task", threads));
 }
 
 TEST_F(RealUsb, GoesOnAfterEachFailureOfATransfer)
