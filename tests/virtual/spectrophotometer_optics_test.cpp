@@ -142,10 +142,10 @@ TEST_F(SpectrophotometerOptics, ReflectanceComesBackAtEveryTimeAndGain)
 TEST_F(SpectrophotometerOptics, EmissionComesBackAtEveryTimeAndGain)
 {
     const Sample sources[] = {
-        {"flat", [](double) { return 0.02; }},
-        {"incandescent", [](double nm) { return 0.03 * std::pow(nm / 550.0, 4); }},
+        {"flat", [](double) { return 0.002; }},
+        {"incandescent", [](double nm) { return 0.003 * std::pow(nm / 550.0, 4); }},
         {"blue peak and phosphor",
-         [](double nm) { return 0.015 + 0.03 * Bell(nm, 455, 30) + 0.02 * Bell(nm, 570, 60); }},
+         [](double nm) { return 0.0015 + 0.003 * Bell(nm, 455, 30) + 0.002 * Bell(nm, 570, 60); }},
     };
     const Host::Order orders[] = {
         {.seconds = 0.25, .count = 2, .lampOff = true},

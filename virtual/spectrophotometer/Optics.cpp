@@ -12,7 +12,7 @@ constexpr std::size_t firstBandPixel = 11; // the pixel in the middle of 380 nm
 constexpr std::size_t nodeCount = (pixelCount + 1) * nodesPerPixel + 1;
 
 constexpr double lampRate = 2.859e6;        // counts per second of a perfect white at 550 nm, but for the sensitivity
-constexpr double radianceOfOneCount = 1e-5; // likewise for a source, W / (sr m2 nm)
+constexpr double radianceOfOneCount = 1e-6; // likewise for a source, W / (sr m2 nm)
 
 constexpr double PixelWavelength(double pixel)
 {
@@ -133,7 +133,7 @@ PixelRates Optics::OfAmbientLight(const Curve& irradiance) const
 
 double Optics::DiffuserFactor(double wavelength)
 {
-    static constexpr float factors[] = {3.05F, 3.20F};
+    static constexpr float factors[] = {30.5F, 32.0F};
     static const Curve factor(factors, BandWavelength(0), BandWavelength(bandCount - 1) - BandWavelength(0));
     return factor.At(wavelength);
 }
