@@ -347,6 +347,7 @@ TEST(DriverCalculation, RefusesCalibrationDataThatMakeNoSense)
         {"no polynomial", Configuration::LinearisationSensitiveGain, Floats{}, "Unable to linearize"},
         {"an integer for a polynomial", Configuration::LinearisationSensitiveGain, 1, "Unable to linearize"},
         {"a NaN polynomial", Configuration::LinearisationSensitiveGain, Floats{0, notANumber}, "(ID 1001)"},
+        {"no bands", Configuration::MatrixStartIndices, Longs{}, "no bands"},
         {"factory defaults", Configuration::MatrixStartIndices, Longs(2, -1), "Different vector length"},
         {"a band outside the pixels", Configuration::MatrixStartIndices, Longs(bands, 126), "Invalid raw data"},
         {"too few weights", Configuration::MatrixCoefficients, Floats(100, 1), "Invalid raw data"},

@@ -231,7 +231,7 @@ try {
     if (std::isnan(unclamped))
         throw DataException("Integration time is not a number",
                             THROW_LOCATION("DriverCalculation", "NewIntegrationTime"));
-    time = unclamped;
+    time = unclamped; // stays if the limits fail
     time = LimitIntegrationTime(time, factor, failAtLimit);
 
     if (data.GetGain() == 0) {
@@ -322,8 +322,10 @@ TRACE_GUARD("DriverCalculation", "Linearize")
 
 void DriverCalculation::TransformToBands(SensorData& data) const
 try {
-    data.DoMatrixMultiplication(GetProperty(Configuration::MatrixStartIndices).AsLongVector(),
-                                GetProperty(Configuration::MatrixCounts).AsLongVector(),
+    const std::vector<std::int32_t>& firstPixels = GetProperty(Configuration::MatrixStartIndices).AsLongVector();
+    if (firstPixels.empty())
+        throw DataException("Calibration data has no bands", THROW_LOCATION("DriverCalculation", "TransformToBands"));
+    data.DoMatrixMultiplication(firstPixels, GetProperty(Configuration::MatrixCounts).AsLongVector(),
                                 Floats(Configuration::MatrixCoefficients));
 }
 TRACE_GUARD("DriverCalculation", "TransformToBands")
