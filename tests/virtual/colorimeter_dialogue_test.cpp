@@ -4,6 +4,7 @@
 #include "virtual/bench/Refusal.h"
 
 #include <gmock/gmock.h>
+#include <random>
 
 using testing::ElementsAre;
 using testing::ElementsAreArray;
@@ -306,6 +307,47 @@ TEST(ColorimeterDialogue, TraceShowsBothDirections)
               "open\nheader 41 FF 41\ncommand 08 79\nreply 08 79 43\nclose\n");
     EXPECT_EQ(rig->CountPassings("command:8"), 1);
     EXPECT_EQ(rig->CountPassings("any"), 3);
+}
+
+TEST(ColorimeterDialogue, MemoryIsLaidOutByType)
+{
+    struct Case {
+        int type;
+        std::size_t cells;
+        std::uint32_t at, word; // four bytes somewhere, as the works left them
+    };
+    const Case cases[] = {
+        {2, 128, 0, 20002},          {4, 128, 94, 0x34B2F4FC},         {4, 128, 98, 1000000002},
+        {7, 128, 4, 0x3D4CCCCD},     {9, 128, 40, 4000U << 16 | 6000}, {14, 128, 8, 20014},
+        {14, 128, 0, 0x3C23D70A},    {16, 128, 4, 0xFFFF0000 | 31250}, {11, 8192, 103, 800},
+        {11, 8192, 144, 0x3F000000}, {19, 256, 44, 100U << 16 | 100},  {20, 256, 148, 0x3F19999A},
+        {21, 256, 16, 0x3D23D70A},   {22, 256, 128, 0x3FC00000},       {22, 256, 124, 0xFFFF000D},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << "type " << c.type << ", cell " << c.at);
+        ColorimeterRig rig(c.type, Road::usb);
+        Bytes all(c.cells);
+        rig->ReadMemory(0, all);
+        EXPECT_EQ(all[c.at] << 24 | all[c.at + 1] << 16 | all[c.at + 2] << 8 | all[c.at + 3], static_cast<int>(c.word));
+        EXPECT_THROW(rig->ReadMemory(1, all), Virtual::Refusal);
+    }
+}
+
+TEST(ColorimeterDialogue, AnyBytesAreTaken)
+{
+    std::mt19937 random(1);
+    for (const int type : {2, 4, 5, 6, 7, 8, 9, 10, 11, 13, 14, 16, 19, 20, 21, 22}) {
+        ColorimeterRig serial(type, Road::serial);
+        ColorimeterRig usb(type, Road::usb);
+        for (int i = 0; i < 2000; ++i) {
+            Bytes bytes(8);
+            for (auto& byte : bytes)
+                byte = static_cast<std::uint8_t>(random() % (random() % 2 ? 6 : 256));
+            for (const auto& arrival : serial->Receive(bytes, 0))
+                ASSERT_LE(arrival.bytes.size(), 10U);
+            ASSERT_LE(usb->Exchange(std::span<const std::uint8_t, 8>(bytes.data(), 8), 0).bytes[1], 6);
+        }
+    }
 }
 
 TEST(ColorimeterDialogue, BadNamesAndValuesAreRefused)
