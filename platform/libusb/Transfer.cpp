@@ -169,7 +169,9 @@ void TransferState::Cancel()
     // A transfer that libusb never gives back keeps itself, its buffer and its device.
     const auto deadline = MonotonicMicroseconds() + cancelLimitMs * 1000;
     while (inFlight && MonotonicMicroseconds() < deadline)
-        Wait(std::max<std::int64_t>(1, (deadline - MonotonicMicroseconds()) / 1000));
+        if (Wait(std::max<std::int64_t>(1, (deadline - MonotonicMicroseconds()) / 1000))
+            == UsbTransfer::WaitEnd::failed)
+            return;
 }
 
 void TransferState::Wake()
