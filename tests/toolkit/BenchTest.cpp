@@ -189,7 +189,7 @@ TEST_F(BenchTest, AUserCalibrationMakesTheInstrumentAgreeWithItsReference)
         ASSERT_EQ(ZEL_OK, zelStoreUserCalibrationNColors_M(&device, wanted.data(), vectors.data(), 4));
         zelCloseCalibrator_M(&device);
         ASSERT_EQ(ZEL_OK, Open(true)) << "a new start keeps the calibration";
-        for (int i = 0; i < 4; ++i) {
+        for (std::size_t i = 0; i < 4; ++i) {
             Screen(screens[i][0], screens[i][1], screens[i][2]);
             ZelYxyz seen{};
             ASSERT_EQ(ZEL_OK, zelMeasureLCDYxySeq_M(&device, 0, &seen));
