@@ -257,7 +257,7 @@ TEST_F(BenchClock, CanBeReal)
     const auto before = Platform::MonotonicMicroseconds();
     Platform::SleepMicroseconds(20000);
     EXPECT_GE(Platform::MonotonicMicroseconds() - before, 20000);
-    host->Prepare({.seconds = 0.05, .lampOff = true, .delay = 0});
+    host->Prepare({.seconds = 0.3, .lampOff = true, .delay = 0});
     host->Send(0xC0, {});
     const auto transfer = host->Pipe(1).MakeTransfer(256);
     transfer->Submit(256);
