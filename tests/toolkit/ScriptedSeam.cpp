@@ -100,7 +100,9 @@ std::vector<std::uint8_t> ScriptedInstrument::Answer(const std::vector<std::uint
     seamClock += exchangeMicroseconds;
 
     const std::uint8_t code = frame[0];
-    Bytes reply = {code};
+    Bytes reply;
+    reply.reserve(16);
+    reply.push_back(code);
     const auto is = [&](int wanted, std::size_t size) { return code == wanted && frame.size() == size; };
     const auto cell = [&](std::size_t high, std::size_t low) -> std::uint8_t& {
         const std::size_t address = (high == low ? 0U : frame[high] * 256U) + frame[low];
