@@ -202,6 +202,8 @@ TEST_F(SpectrophotometerFirmware, MemoryChangesByWholeWritesOnly)
         EXPECT_FALSE(host->Write({0})) << "nothing is expected after a reset";
     }
     EXPECT_FALSE(host->Send(0xC3, {0, 0, 0x1F, 0xFF, 0, 2, 0, 0})) << "beyond the end";
+    EXPECT_TRUE(host->Send(0xCB, {0, 0, 1, 0, 0, 1, 0, 0}) && host->Write({9}) && host->Write({0}) && host->Write({0}));
+    EXPECT_THAT(Memory(0x100, 4), ElementsAre(1, 2, 3, 4)) << "a program goes elsewhere";
 
     ASSERT_EQ(oxv_unplug(device), OXV_OK);
     ASSERT_EQ(oxv_plug(device), OXV_OK);

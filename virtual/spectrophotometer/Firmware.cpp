@@ -31,7 +31,7 @@ std::size_t Answer(std::span<std::uint8_t> data, std::initializer_list<int> repl
 }
 
 const Firmware::Command Firmware::commands[] = {
-    {0xA0, false, -1, &Firmware::LoadRam},      {0xC0, false, 0, &Firmware::Measure},
+    {0xA0, false, -1, &Firmware::Acknowledge},  {0xC0, false, 0, &Firmware::Measure},
     {0xC1, false, 8, &Firmware::SetParameters}, {0xC2, true, 8, &Firmware::TellParameters},
     {0xC3, false, 8, &Firmware::ExpectWrite},   {0xC4, false, 8, &Firmware::ReadCells},
     {0xC7, false, 6, &Firmware::WriteLogic},    {0xC8, true, 2, &Firmware::ReadLogic},
@@ -57,12 +57,6 @@ std::optional<std::size_t> Firmware::Control(const ControlSetup& setup, std::spa
     if (wrongLength && !command->fromDevice)
         return std::nullopt;
     return (this->*command->handler)(setup, data, now);
-}
-
-std::optional<std::size_t> Firmware::LoadRam(const ControlSetup& setup, std::span<std::uint8_t> data, Moment)
-{
-    ramFirmware[setup.value] = Bytes(data.begin(), data.end());
-    return data.size();
 }
 
 std::optional<std::size_t> Firmware::Measure(const ControlSetup&, std::span<std::uint8_t>, Moment now)
@@ -209,9 +203,7 @@ bool Firmware::BulkWrite(std::span<const std::uint8_t> data)
         return true;
     }
     if (++write.zeros == 2) {
-        if (write.intoFirmware)
-            storedFirmware[write.address] = std::move(write.data);
-        else
+        if (!write.intoFirmware)
             std::ranges::copy(write.data, memory.begin() + static_cast<std::ptrdiff_t>(write.address));
         pendingWrite.reset();
     }

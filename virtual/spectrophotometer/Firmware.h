@@ -5,10 +5,8 @@
 #include "virtual/spectrophotometer/Measurement.h"
 #include "virtual/spectrophotometer/Memory.h"
 
-#include <array>
 #include <cstdint>
 #include <deque>
-#include <map>
 #include <optional>
 #include <span>
 #include <vector>
@@ -105,12 +103,8 @@ public:
     /// The state after the cable was put in: only the memory is as it was.
     void PowerUp();
 
-    /// Seconds that one tick of the integration time lasts, and microseconds in the present mode.
+    /// The mode that is selected; the fixed one of a firmware that offers none.
     MeasureMode PresentMode() const;
-
-    /// Firmware that was loaded, by address: into RAM, and into the firmware's own EEPROM.
-    std::map<std::uint32_t, Bytes> ramFirmware;
-    std::map<std::uint32_t, Bytes> storedFirmware;
 
 private:
     using Handler = std::optional<std::size_t> (Firmware::*)(const ControlSetup&, std::span<std::uint8_t>, Moment);
@@ -124,7 +118,6 @@ private:
     };
     static const Command commands[];
 
-    std::optional<std::size_t> LoadRam(const ControlSetup&, std::span<std::uint8_t>, Moment);
     std::optional<std::size_t> Measure(const ControlSetup&, std::span<std::uint8_t>, Moment);
     std::optional<std::size_t> SetParameters(const ControlSetup&, std::span<std::uint8_t>, Moment);
     std::optional<std::size_t> TellParameters(const ControlSetup&, std::span<std::uint8_t>, Moment);
@@ -145,7 +138,7 @@ private:
 
     /// A memory write between its request and its second zero byte.
     struct PendingWrite {
-        bool intoFirmware;
+        bool intoFirmware; ///< the program, which this model takes and leaves alone
         std::uint32_t address;
         std::size_t size;
         Bytes data;

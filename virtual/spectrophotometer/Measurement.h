@@ -3,7 +3,6 @@
 #include "virtual/spectrophotometer/Converter.h"
 #include "virtual/spectrophotometer/Scene.h"
 
-#include <array>
 #include <cstdint>
 #include <span>
 
