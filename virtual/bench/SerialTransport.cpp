@@ -62,6 +62,7 @@ int TerminalDescriptor(const std::string& name)
         Platform::Posix::SerialClose(handle);
         return -1;
     }
+    Lines::Instance().Take(handle); // the number may once have stood for a port in memory
     return Platform::Posix::ToDescriptor(handle);
 }
 
@@ -141,7 +142,10 @@ try {
         return status;
     }
     bool taken = false;
-    Lines::Instance().ForEach([&](SerialLine& line) { taken = taken || &line.FarEnd() == instrument.get(); });
+    Lines::Instance().ForEach([&](SerialLine& line) {
+        const bool ours = line.descriptor < 0; // when the application closes its own is not told here
+        taken = taken || (ours && &line.FarEnd() == instrument.get());
+    });
     if (taken)
         return EBUSY;
     std::vector<Virtual::Arrival> junk;
