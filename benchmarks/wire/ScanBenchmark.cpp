@@ -12,7 +12,7 @@
 #include <condition_variable>
 #include <mutex>
 
-using namespace Vondrel::DeviceDriver::Ox;
+using namespace Vondrel::DeviceDriver::ox;
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <functional>
 #include <numeric>
 
-using namespace Vondrel::DeviceDriver::Ox;
+using namespace Vondrel::DeviceDriver::ox;
 using Platform::TransferKind;
 using Platform::TransferResult;
 

@@ -15,10 +15,10 @@ using Platform::TransferKind;
 using Platform::TransferResult;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
-using Vondrel::DeviceDriver::Ox::BrindleLowLevelDriver;
-using Vondrel::DeviceDriver::Ox::BrindleRAM;
-using Vondrel::DeviceDriver::Ox::RawSpectrum;
-using Vondrel::DeviceDriver::Ox::TransformRawSpectra;
+using Vondrel::DeviceDriver::ox::BrindleLowLevelDriver;
+using Vondrel::DeviceDriver::ox::BrindleRAM;
+using Vondrel::DeviceDriver::ox::RawSpectrum;
+using Vondrel::DeviceDriver::ox::TransformRawSpectra;
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <random>
 
-using namespace Vondrel::DeviceDriver::Ox;
+using namespace Vondrel::DeviceDriver::ox;
 using namespace Vondrel::DeviceDriver::Generic::Configuration;
 using Vondrel::Utilities::Tools::SmartPointer;
 

@@ -7,7 +7,7 @@
 
 #include <limits>
 
-using namespace Vondrel::DeviceDriver::Ox;
+using namespace Vondrel::DeviceDriver::ox;
 using namespace Vondrel::DeviceDriver::Generic::Configuration;
 using testing::ElementsAre;
 using Vondrel::Utilities::Tools::SmartPointer;

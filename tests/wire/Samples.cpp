@@ -18,7 +18,7 @@ std::string Hex(std::span<const std::uint8_t> bytes)
 std::vector<std::uint8_t> NewMemory()
 {
     std::vector<std::uint8_t> memory(0x2000);
-    Vondrel::DeviceDriver::Ox::BrindleEAT table;
+    Vondrel::DeviceDriver::ox::BrindleEAT table;
     table.InitializeEmtpyEAT();
     table.Dump(memory.begin() + 0x1000, memory.begin() + 0x1200);
     return memory;

@@ -10,7 +10,7 @@
 #include <cerrno>
 #include <thread>
 
-using namespace Vondrel::DeviceDriver::Ox;
+using namespace Vondrel::DeviceDriver::ox;
 using Platform::TransferKind;
 using Platform::TransferResult;
 using testing::ElementsAre;

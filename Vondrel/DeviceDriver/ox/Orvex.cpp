@@ -27,9 +27,6 @@ using Generic::HighLevelDriver;
 using Generic::LowLevelDriver;
 using Generic::Configuration::Property;
 using Generic::Utilities::Timing;
-using Ox::buttonPressedMessage;
-using Ox::deviceGoneMessage;
-using Ox::USBBrowser;
 using Utilities::Exceptions::ResourceException;
 namespace Id = Generic::Configuration;
 

@@ -13,7 +13,7 @@
 #include <map>
 
 using namespace Vondrel::DeviceDriver::Generic::Configuration;
-using namespace Vondrel::DeviceDriver::Ox;
+using namespace Vondrel::DeviceDriver::ox;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 

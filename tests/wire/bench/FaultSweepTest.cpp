@@ -10,7 +10,7 @@
 
 #include <future>
 
-using Vondrel::DeviceDriver::Ox::RawSpectrum;
+using Vondrel::DeviceDriver::ox::RawSpectrum;
 
 namespace {
 

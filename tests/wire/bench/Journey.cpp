@@ -9,8 +9,8 @@
 
 using namespace Vondrel::DeviceDriver::Generic;
 using namespace Vondrel::DeviceDriver::Generic::Configuration;
-using Vondrel::DeviceDriver::Ox::BrindleRAM;
-using Vondrel::DeviceDriver::Ox::RawSpectrum;
+using Vondrel::DeviceDriver::ox::BrindleRAM;
+using Vondrel::DeviceDriver::ox::RawSpectrum;
 
 oxv_device NewInstrument()
 {

@@ -16,7 +16,7 @@ Vondrel::DeviceDriver::Generic::Configuration::Properties Conditions(std::int32_
 
 /// Opens the instrument, measures three spectra on the spot and a scan, stores the log, and closes.
 /// @return all raw spectra
-std::vector<Vondrel::DeviceDriver::Ox::RawSpectrum>
+std::vector<Vondrel::DeviceDriver::ox::RawSpectrum>
 Travel(Vondrel::DeviceDriver::Generic::EventListener* listener = nullptr);
 
 /// What went over the wire, and forgets it.

@@ -16,7 +16,7 @@
 #include <cstdlib>
 #include <thread>
 
-using namespace Vondrel::DeviceDriver::Ox;
+using namespace Vondrel::DeviceDriver::ox;
 using namespace Vondrel::DeviceDriver::Generic::Configuration;
 using testing::ElementsAre;
 

@@ -13,7 +13,7 @@
 #include <array>
 #include <iterator>
 
-namespace Vondrel::DeviceDriver::Ox {
+namespace Vondrel::DeviceDriver::ox {
 
 using namespace Generic::Configuration;
 using Utilities::Exceptions::ResourceException;

@@ -4,7 +4,7 @@
 
 #include <span>
 
-namespace Vondrel::DeviceDriver::Ox {
+namespace Vondrel::DeviceDriver::ox {
 
 class BrindleLog;
 

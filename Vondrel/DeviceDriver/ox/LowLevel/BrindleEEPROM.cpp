@@ -11,7 +11,7 @@
 
 #include <algorithm>
 
-namespace Vondrel::DeviceDriver::Ox {
+namespace Vondrel::DeviceDriver::ox {
 
 using namespace Generic::Configuration;
 using ConfigurationDataConverter::IsCalibrationParameter;

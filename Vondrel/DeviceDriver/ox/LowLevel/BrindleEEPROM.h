@@ -3,7 +3,7 @@
 #include "Vondrel/DeviceDriver/ox/LowLevel/BrindleFunctionality.h"
 #include "Vondrel/DeviceDriver/ox/LowLevel/BrindleLog.h"
 
-namespace Vondrel::DeviceDriver::Ox {
+namespace Vondrel::DeviceDriver::ox {
 
 /// The instrument's EEPROM. It is read once, as a whole, and worked on as parsed copies; only the log is ever written
 /// back. Not locked.

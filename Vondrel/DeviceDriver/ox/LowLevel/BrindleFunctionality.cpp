@@ -6,7 +6,7 @@
 
 #include <algorithm>
 
-namespace Vondrel::DeviceDriver::Ox {
+namespace Vondrel::DeviceDriver::ox {
 
 namespace EndianConversion = Generic::Configuration::EndianConversion;
 

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-namespace Vondrel::DeviceDriver::Ox {
+namespace Vondrel::DeviceDriver::ox {
 
 /// What the instrument is told before a measurement.
 struct MeasureParameters {

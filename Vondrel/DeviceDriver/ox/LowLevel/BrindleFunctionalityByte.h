@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <span>
 
-namespace Vondrel::DeviceDriver::Ox {
+namespace Vondrel::DeviceDriver::ox {
 
 /// The data stage of a control request, in wire order: numbers stand most significant byte first.
 template<std::size_t Size>

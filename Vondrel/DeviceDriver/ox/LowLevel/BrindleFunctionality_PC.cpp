@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <vector>
 
-namespace Vondrel::DeviceDriver::Ox {
+namespace Vondrel::DeviceDriver::ox {
 
 using Utilities::Tools::SmartPointer;
 

@@ -3,7 +3,7 @@
 #include "Vondrel/DeviceDriver/ox/LowLevel/BrindleFunctionalityByte.h"
 #include "Vondrel/DeviceDriver/ox/USB/BrindleUSBDevice.h"
 
-namespace Vondrel::DeviceDriver::Ox {
+namespace Vondrel::DeviceDriver::ox {
 
 /// The commands over USB: a control request each, for some followed by a bulk phase.
 class BrindleFunctionality_PC : public BrindleFunctionalityByte {

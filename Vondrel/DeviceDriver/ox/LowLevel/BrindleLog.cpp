@@ -8,7 +8,7 @@
 
 #include <bit>
 
-namespace Vondrel::DeviceDriver::Ox {
+namespace Vondrel::DeviceDriver::ox {
 
 using namespace Generic::Configuration;
 

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-namespace Vondrel::DeviceDriver::Ox {
+namespace Vondrel::DeviceDriver::ox {
 
 /// The instrument's counters of its own use, and its last calibration. The EEPROM holds two copies; this is the good
 /// one of them. It counts the changes and says when the log should go back to the instrument. Not locked.

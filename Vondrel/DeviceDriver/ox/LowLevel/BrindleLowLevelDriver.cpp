@@ -15,13 +15,13 @@ Vondrel::Utilities::Tools::SmartPointer<LowLevelDriver> LowLevelDriver::Instance
                                                                                  std::int32_t deviceIndex)
 try {
     return Vondrel::Utilities::Tools::SmartPointer<LowLevelDriver>(
-        new Ox::BrindleLowLevelDriver(listener, deviceIndex));
+        new ox::BrindleLowLevelDriver(listener, deviceIndex));
 }
 TRACE_GUARD("LowLevelDriver", "Instance")
 
 }
 
-namespace Vondrel::DeviceDriver::Ox {
+namespace Vondrel::DeviceDriver::ox {
 
 using namespace Generic::Configuration;
 using Generic::CPLDStep;

@@ -5,7 +5,7 @@
 #include "Vondrel/DeviceDriver/ox/LowLevel/LowLevelDriver.h"
 #include "Vondrel/DeviceDriver/ox/LowLevel/RawTransform.h"
 
-namespace Vondrel::DeviceDriver::Ox {
+namespace Vondrel::DeviceDriver::ox {
 
 /// The driver of the spectrophotometer. Its end writes the usage log back and closes the instrument.
 class BrindleLowLevelDriver : public Generic::LowLevelDriver {

@@ -8,7 +8,7 @@
 
 #include <algorithm>
 
-namespace Vondrel::DeviceDriver::Ox {
+namespace Vondrel::DeviceDriver::ox {
 
 using namespace Generic::Configuration;
 using namespace Generic::Configuration::ConfigurationDataConverter;

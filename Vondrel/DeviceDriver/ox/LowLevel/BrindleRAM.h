@@ -3,7 +3,7 @@
 #include "Vondrel/DeviceDriver/GENERIC/Configuration/Properties.h"
 #include "Vondrel/DeviceDriver/ox/LowLevel/BrindleFunctionality.h"
 
-namespace Vondrel::DeviceDriver::Ox {
+namespace Vondrel::DeviceDriver::ox {
 
 /// The working settings in the instrument's RAM as properties: the measure parameters, and how the instrument
 /// introduces itself. Times are seconds in the properties and ticks on the wire. Not locked.

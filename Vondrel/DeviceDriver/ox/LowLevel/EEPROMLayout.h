@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace Vondrel::DeviceDriver::Ox {
+namespace Vondrel::DeviceDriver::ox {
 
 /// A part of the EEPROM's image whose place is fixed.
 struct EEPROMSection {

@@ -11,7 +11,7 @@
 #include <span>
 #include <vector>
 
-namespace Vondrel::DeviceDriver::Ox {
+namespace Vondrel::DeviceDriver::ox {
 class BrindleLog;
 }
 
@@ -47,7 +47,7 @@ public:
 
     /// The usage log.
     /// @param mayDump  write it to the instrument first, if it is time to
-    virtual Ox::BrindleLog& GetLogData(bool mayDump) = 0;
+    virtual ox::BrindleLog& GetLogData(bool mayDump) = 0;
 
     /// Fills the values of what the container holds; an empty one, by its name: "CalibrationData", "LogData",
     /// "EATData", "PhysicalConditions".

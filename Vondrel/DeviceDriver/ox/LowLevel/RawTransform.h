@@ -5,7 +5,7 @@
 #include <span>
 #include <vector>
 
-namespace Vondrel::DeviceDriver::Ox {
+namespace Vondrel::DeviceDriver::ox {
 
 /// Bytes in which the instrument delivers one spectrum: 127 sensor words and an offset word, each most significant byte
 /// first.

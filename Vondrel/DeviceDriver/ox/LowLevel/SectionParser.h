@@ -2,7 +2,7 @@
 
 #include "Vondrel/DeviceDriver/ox/LowLevel/BrindleEAT.h"
 
-namespace Vondrel::DeviceDriver::Ox {
+namespace Vondrel::DeviceDriver::ox {
 
 /// Reads a section of the EEPROM's image: every key of the table that the predicate accepts, in the table's order, from
 /// where the table has the key plus the offset. What has no place in the image, or cannot be read, is left out.

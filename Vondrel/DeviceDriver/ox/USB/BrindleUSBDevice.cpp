@@ -8,7 +8,7 @@
 
 #include <array>
 
-namespace Vondrel::DeviceDriver::Ox {
+namespace Vondrel::DeviceDriver::ox {
 
 using Utilities::Multithreading::ScopedLock;
 

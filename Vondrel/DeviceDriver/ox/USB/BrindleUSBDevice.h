@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-namespace Vondrel::DeviceDriver::Ox {
+namespace Vondrel::DeviceDriver::ox {
 
 /// One open spectrophotometer: its pipes, the watch on its interrupt pipe, and the lock that keeps the users of one
 /// instrument, in this process and in others, apart for the length of a transfer.

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-namespace Vondrel::DeviceDriver::Ox {
+namespace Vondrel::DeviceDriver::ox {
 
 /// What an instrument says by itself, as the id of EventListener::MessageFromDevice.
 inline constexpr std::uint16_t deviceGoneMessage = 20010;

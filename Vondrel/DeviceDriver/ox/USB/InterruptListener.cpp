@@ -8,7 +8,7 @@
 #include "Vondrel/Utilities/Multithreading/ScopedLock.h"
 #include "platform/Event.h"
 
-namespace Vondrel::DeviceDriver::Ox {
+namespace Vondrel::DeviceDriver::ox {
 
 using Platform::TransferKind;
 using Platform::UsbTransfer;

@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-namespace Vondrel::DeviceDriver::Ox {
+namespace Vondrel::DeviceDriver::ox {
 
 /// Watches the interrupt pipe of one instrument on a thread of its own, and tells a listener of the button and of the
 /// loss of the instrument.

@@ -2,7 +2,7 @@
 
 #include "platform/Usb.h"
 
-namespace Vondrel::DeviceDriver::Ox {
+namespace Vondrel::DeviceDriver::ox {
 
 enum class Direction : std::uint8_t { toDevice = 0, fromDevice = 1 };
 enum class RequestType : std::uint8_t { standard = 0, vendor = 2 };

@@ -7,7 +7,7 @@
 #include <memory>
 #include <vector>
 
-namespace Vondrel::DeviceDriver::Ox {
+namespace Vondrel::DeviceDriver::ox {
 
 /// The lines of a scan, oldest first.
 using ScanQueue = std::deque<std::vector<std::uint8_t>>;

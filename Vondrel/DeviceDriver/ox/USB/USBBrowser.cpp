@@ -3,7 +3,7 @@
 #include "Vondrel/DeviceDriver/ox/USB/BrindleUSBDevice.h"
 #include "Vondrel/Utilities/Exceptions/TraceGuard.h"
 
-namespace Vondrel::DeviceDriver::Ox {
+namespace Vondrel::DeviceDriver::ox {
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace Vondrel::DeviceDriver::Ox {
+namespace Vondrel::DeviceDriver::ox {
 
 /// Says which spectrophotometers are attached.
 class USBBrowser {

@@ -7,7 +7,7 @@
 
 #include <algorithm>
 
-namespace Vondrel::DeviceDriver::Ox {
+namespace Vondrel::DeviceDriver::ox {
 
 using Platform::TransferKind;
 using Platform::UsbTransfer;

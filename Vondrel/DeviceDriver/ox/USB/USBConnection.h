@@ -7,7 +7,7 @@
 #include <span>
 #include <string>
 
-namespace Vondrel::DeviceDriver::Ox {
+namespace Vondrel::DeviceDriver::ox {
 
 /// The pipes of an instrument.
 enum class PipeType : unsigned { control = 0, bulkIn = 1, bulkOut = 2, interruptIn = 3 };

@@ -20,7 +20,7 @@
 namespace OrvexSDK {
 
 using Vondrel::DeviceDriver::Generic::Configuration::Property;
-using Vondrel::DeviceDriver::Ox::BrindleUSBDevice;
+using Vondrel::DeviceDriver::ox::BrindleUSBDevice;
 using Vondrel::Utilities::Exceptions::ResourceException;
 using Vondrel::Utilities::Tools::lexical_cast;
 namespace Id = Vondrel::DeviceDriver::Generic::Configuration;

@@ -12,7 +12,7 @@
 
 namespace OrvexSDK {
 
-using Vondrel::DeviceDriver::Ox::USBBrowser;
+using Vondrel::DeviceDriver::ox::USBBrowser;
 
 namespace {
 
