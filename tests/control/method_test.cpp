@@ -315,7 +315,7 @@ TEST_F(ControlTest, RefusesUnfitArraysWithoutACallOfTheLibrary)
     Array longer(37);
     Array none(0);
     Array square(VT_R4, {{6, 0}, {6, 0}});
-    Array column(VT_R4, {{36, 0}, {1, 0}});
+    Array row(VT_R4, {{1, 0}, {36, 0}});
     Array doubles(VT_R8, {{36, 0}});
     Array fits(36);
     SAFEARRAY* missing = nullptr;
@@ -330,7 +330,7 @@ TEST_F(ControlTest, RefusesUnfitArraysWithoutACallOfTheLibrary)
         {"37 floats", longer.Passed()},
         {"no floats", none.Passed()},
         {"6 by 6", square.Passed()},
-        {"36 by 1", column.Passed()},
+        {"1 by 36", row.Passed()},
         {"doubles", doubles.Passed(VT_R8)},
         {"not by reference", byValue},
         {"a script's variable", Referring(VT_VARIANT, &passed)},
