@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cxxabi.h>
+#include <exception>
 #include <new>
 
 namespace Platform::Automation {
@@ -86,8 +87,6 @@ HRESULT Arguments::Convert(std::size_t parameter, const VARIANT& argument)
             return S_OK;
         if (argument.vt == VT_ERROR && argument.scode == DISP_E_PARAMNOTFOUND)
             return DISP_E_PARAMNOTOPTIONAL;
-        if ((type & VT_BYREF) != 0)
-            return DISP_E_TYPEMISMATCH;
         const HRESULT result = VariantChangeType(&converted[parameter], &argument, 0, type);
         value = converted[parameter];
         return result;
@@ -108,20 +107,24 @@ HRESULT Arguments::Convert(std::size_t parameter, const VARIANT& argument)
     return S_OK;
 }
 
-void Describe(EXCEPINFO* exception, const ClassDescription& description, const char* text)
+/// Fills in the texts of a failure, as far as there is memory for them.
+void Describe(EXCEPINFO* exception, const ClassDescription& description, const char* text) noexcept
 {
     if (exception == nullptr)
         return;
     *exception = EXCEPINFO{};
     exception->scode = E_UNEXPECTED;
-    exception->bstrSource = FromAnsi(description.programmaticName);
-    exception->bstrDescription = FromAnsi(text);
+    try {
+        exception->bstrSource = FromAnsi(description.programmaticName);
+        exception->bstrDescription = FromAnsi(text);
+    } catch (const std::exception&) {
+    }
 }
 
 /// Runs the method. A host of scripts cannot take a C++ exception: it becomes a number and a text.
 HRESULT Call(COleControl& control, const ClassDescription& description, const MethodDescription& method,
              const VARIANT* arguments, VARIANT& result, EXCEPINFO* exception)
-try {
+{
     try {
         method.call(control, arguments, result);
         return S_OK;
@@ -135,8 +138,6 @@ try {
         Describe(exception, description, "unknown failure");
     }
     return DISP_E_EXCEPTION;
-} catch (const std::bad_alloc&) {
-    return E_OUTOFMEMORY;
 }
 
 }

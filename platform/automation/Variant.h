@@ -26,10 +26,7 @@ class OwnedVariant : public VARIANT {
 public:
     OwnedVariant() noexcept { VariantInit(this); }
     ~OwnedVariant() { VariantClear(this); }
-    OwnedVariant(OwnedVariant&& other) noexcept :
-        VARIANT(other.Detach())
-    {
-    }
+    OwnedVariant(OwnedVariant&& other) noexcept : VARIANT(other.Detach()) { }
     OwnedVariant(const OwnedVariant&) = delete;
     OwnedVariant& operator=(const OwnedVariant&) = delete;
 

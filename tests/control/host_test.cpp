@@ -89,6 +89,10 @@ TEST_F(ControlTest, IsFoundByItsNameInAnyCaseWhileItIsRegistered)
     CLSID clsid{};
     EXPECT_EQ(CLSIDFromProgID(u"vondrel.ORVEXCTRL.1", &clsid), S_OK);
     EXPECT_EQ(clsid, classId);
+    const ClassDescription* const entry = CurrentRegistry().FindClass(u"Vondrel.OrvexCtrl.1");
+    ASSERT_NE(entry, nullptr);
+    EXPECT_STREQ(entry->displayName, "OrvexCtrl Control");
+    EXPECT_STREQ(entry->propertyPageName, "OrvexCtrl Property Page");
     EXPECT_EQ(CLSIDFromProgID(u"Vondrel.OrvexCtrl", &clsid), CO_E_CLASSSTRING);
     EXPECT_EQ(clsid, GUID_NULL);
     EXPECT_EQ(CLSIDFromProgID(u"Vondrel.OrvexCtrl.11", &clsid), CO_E_CLASSSTRING);

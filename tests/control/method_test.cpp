@@ -271,7 +271,7 @@ TEST_F(ControlTest, ReturnsTextsAsUtf16)
         {"all lengths of a character", "a\xC3\xBC\xE2\x82\xAC\xF0\x9F\x8E\xA8z", u"aü€\U0001F3A8z"},
         {"another encoding", "Gr\xFCn", u"Gr?n"},
         {"cut within a character", "5\xE2\x82", u"5??"},
-        {"longer than need be", "\xC0\x80x", u"??x"},
+        {"longer than need be", "\xC0\x80x\xE0\x80\x80", u"??x???"},
         {"a surrogate and beyond the last", "\xED\xA0\x80\xF4\x90\x80\x80", u"???????"},
     };
     for (const auto& c : cases) {
