@@ -14,6 +14,9 @@ std::uint32_t Multiplier(double target, std::uint32_t count, const MultiplierLim
     return multiplier == 0 || multiplier > limit.limit ? limit.fallback : multiplier;
 }
 
+namespace {
+
+/// @param clocks  clock counts that the pulses took
 double PulseValue(const ZelCalHeader& header, int channel, double clocks, double pulses)
 {
     if (clocks == 0.0)
@@ -21,6 +24,8 @@ double PulseValue(const ZelCalHeader& header, int channel, double clocks, double
     const double value =
         header.calTime[channel] / ((clocks / pulses) * header.clockPeriod) - header.darkCurrent[channel];
     return value <= 0.0 ? darkestValue : value;
+}
+
 }
 
 double EdgeValue(const ZelCalHeader& header, int channel, double count, double multiplier)

@@ -46,15 +46,11 @@ bool SetMultipliers(const CalDataBlock* device, const std::uint32_t counts[3], u
     return changed;
 }
 
-/// Pulses in the calibration time of a channel, from clock counts for `pulses` half or whole periods, less the dark
-/// value; `darkestValue` if that is not above 0, or if the count is 0.
-/// @param clocks  clock counts of all pulses: twice the count of an edge command, the count of a period command
-double PulseValue(const ZelCalHeader& header, int channel, double clocks, double pulses);
-
-/// `edgeRGB` of a channel from an edge count.
+/// `edgeRGB` of a channel from an edge count: pulses in the calibration time less the dark value. `darkestValue` if
+/// that is not above 0, or if there was no count.
 double EdgeValue(const ZelCalHeader& header, int channel, double count, double multiplier);
 
-/// `periodRGB` of a channel from a period count.
+/// `periodRGB` of a channel from a period count, likewise.
 double PeriodValue(const ZelCalHeader& header, int channel, double count, double multiplier);
 
 /// Whether the instrument counts both edges of a pulse in its frequency channels.
@@ -92,7 +88,7 @@ std::int32_t ReadWideEdges(CalDataBlock* device);
 /// A period command of one channel with `periodsRGB`.
 std::int32_t ReadPeriods(CalDataBlock* device, int channel);
 
-/// Commands 1, 2, 3, or 19 with the channel argument, 2, 3.
+/// Command 19 with the channel argument, then 2 and 3, into `channelCount`.
 std::int32_t ReadWideChannels(CalDataBlock* device, std::uint8_t channelArgument);
 
 // ---- measurements: they fill `edgeRGB`. Of the three channels, those of `mask` (bit 0 red) get a second reading with

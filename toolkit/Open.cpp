@@ -101,13 +101,13 @@ std::int32_t Complete(CalDataBlock* device, std::int32_t opened, TypeSet accepte
                       TypeTest test = TypeTest::afterInitialize, void (*close)(CalDataBlock*) = nullptr)
 {
     std::int32_t status = opened;
-    const auto refuse = [&] { return IsType(device, accepted) ? ZEL_OK : ZEL_WRONG_INSTRUMENT; };
+    const auto testKind = [&] { return IsType(device, accepted) ? ZEL_OK : ZEL_WRONG_INSTRUMENT; };
     if (status == ZEL_OK && test == TypeTest::beforeInitialize)
-        status = refuse();
+        status = testKind();
     if (status == ZEL_OK)
         status = AltrixInitialize_M(device);
     if (status == ZEL_OK)
-        status = refuse();
+        status = testKind();
     if (status == ZEL_OK)
         return ZEL_OK;
     if (close != nullptr)

@@ -53,7 +53,7 @@ std::int32_t CopySlot(CalDataBlock* device, const Slot& from, const Slot& to)
     return ReadSlot(device, to);
 }
 
-/// Puts the record's copy of a slot into `floats` and `date` of a slot's fields.
+/// Puts an application's record into the fields of a slot; the matrix becomes single precision.
 void Fill(ZelEEPROM& eeprom, const Slot& slot, const CalibrationRecord& record)
 {
     std::uint8_t* structure = reinterpret_cast<std::uint8_t*>(&eeprom);
