@@ -25,10 +25,10 @@ using ParameterNames = std::array<const char*, longestParameterList>;
 
 struct MethodDescription {
     DISPID id;
+    VARTYPE result; ///< VT_BSTR or VT_I4
     const char* name;
     std::span<const ParameterType> parameters;
     ParameterNames parameterNames;
-    VARTYPE result; ///< VT_BSTR or VT_I4
     /// Calls the method with one argument for each parameter, in order and of its type, and stores the result.
     void (*call)(COleControl& control, const VARIANT* arguments, VARIANT& result);
 };
@@ -140,7 +140,7 @@ template<auto method>
 constexpr MethodDescription Method(DISPID id, const char* name, ParameterNames parameterNames = {})
 {
     using Bound = Details::Binding<method>;
-    return {id, name, Bound::parameters, parameterNames, Bound::result, &Bound::Call};
+    return {id, Bound::result, name, Bound::parameters, parameterNames, &Bound::Call};
 }
 
 }

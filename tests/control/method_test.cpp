@@ -4,6 +4,7 @@
 
 #include "orvex/ox.h"
 
+#include <limits>
 #include <stdexcept>
 
 namespace {
