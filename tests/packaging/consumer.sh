@@ -14,7 +14,7 @@ say() { echo "== $*"; }
 # run PROGRAM: on the real library, then the same program on the virtual one.
 run() {
     LD_LIBRARY_PATH=$libraries "$1" real
-    LD_LIBRARY_PATH=$libraries/orvex-virtual:$libraries "$1" virtual
+    ORVEX_BENCH=spectrophotometer LD_LIBRARY_PATH=$libraries/orvex-virtual:$libraries "$1" virtual
 }
 
 say "CMake package"
@@ -32,6 +32,12 @@ run "$work/pc_c"
 run "$work/pc_cpp"
 [ "$(pkg-config --modversion orvex)" = 3.1.0 ]
 pkg-config --exists orvex-virtual
+
+say "the program of the read-me, on the bench"
+awk '/^```c$/ { on = 1; next } /^```$/ { on = 0 } on' "$sources/../../../README.md" >"$work/spot.c"
+"$cc" -std=c99 -Wall -Wextra -pedantic -Werror "$work/spot.c" $flags -o "$work/spot"
+ORVEX_BENCH=spectrophotometer LD_LIBRARY_PATH=$libraries/orvex-virtual:$libraries "$work/spot" | tee "$work/spot.txt"
+grep -qE '^L\* 9[0-9]\.[0-9]+  a\* -?[0-9.]+  b\* -?[0-9.]+$' "$work/spot.txt"
 
 say "SONAMEs"
 readelf -d "$libraries/liborvex.so" | grep -q 'SONAME.*\[liborvex.so.3\]'

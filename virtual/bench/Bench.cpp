@@ -3,11 +3,13 @@
 #include "platform/Event.h"
 #include "platform/Semaphore.h"
 #include "platform/Threading.h"
+#include "virtual/bench/Furnish.h"
 #include "virtual/bench/Kinds.h"
 #include "virtual/bench/Refusal.h"
 #include "virtual/bench/SerialTransport.h"
 
 #include <algorithm>
+#include <atomic>
 #include <charconv>
 #include <chrono>
 #include <tuple>
@@ -111,6 +113,9 @@ Bench::Bench() : wallOffset(startOfWallClock) { }
 Bench& Bench::Instance()
 {
     static Bench* bench = new Bench;
+    static std::atomic<bool> furnished = false; // attaching comes back here
+    if (!furnished.exchange(true))
+        FurnishFromEnvironment(*bench);
     return *bench;
 }
 

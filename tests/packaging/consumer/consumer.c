@@ -12,6 +12,8 @@ int main(int count, char** arguments)
         return 2;
     if (strcmp(OX_GetOption("LastError"), "unknown device type \"Abacus\"") != 0)
         return 3;
+    if (count > 1 && strcmp(arguments[1], "virtual") == 0 && OX_IsConnected() != OX_NoError)
+        return 4;
     printf("C, %s library: %s\n", count > 1 ? arguments[1] : "?", OX_GetOption("Version"));
     return 0;
 }
