@@ -55,6 +55,8 @@ std::int32_t ApplyMatrix(const double matrix[9], const double vector[3], double 
     return Multiply(matrix, 3, 3, vector, 3, 1, XYZ) == ZEL_OK ? ZEL_OK : ZEL_MATRIX;
 }
 
+namespace {
+
 std::int32_t ToYxyz(const double XYZ[3], ZelYxyz* out)
 {
     const double sum = XYZ[0] + XYZ[1] + XYZ[2];
@@ -65,6 +67,8 @@ std::int32_t ToYxyz(const double XYZ[3], ZelYxyz* out)
     out->y = XYZ[1] / sum;
     out->z = XYZ[2] / sum;
     return ZEL_OK;
+}
+
 }
 
 std::int32_t Conclude(const double XYZ[3], std::uint16_t unit, ZelYxyz* out, double factor)

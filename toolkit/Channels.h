@@ -62,16 +62,13 @@ double ScaledValue(const ZelCalHeader& header, int channel, bool halve);
 /// XYZ from a channel vector.
 std::int32_t ApplyMatrix(const double matrix[9], const double vector[3], double XYZ[3]);
 
-/// The result record of XYZ. ZEL_NO_COLOUR if X + Y + Z is 0; x, y, z are 0 then.
-std::int32_t ToYxyz(const double XYZ[3], ZelYxyz* out);
-
 /// Multiplies a luminance in foot-lamberts if the flag asks for it.
 inline double InUnit(double luminance, std::uint16_t unit, double factor = footLambert)
 {
     return unit == metricUnit ? luminance * factor : luminance;
 }
 
-/// The result record of XYZ, in the unit of the flag.
+/// The result record of XYZ, in the unit of the flag. ZEL_NO_COLOUR if X + Y + Z is 0; x, y, z are 0 then, and Y stays.
 std::int32_t Conclude(const double XYZ[3], std::uint16_t unit, ZelYxyz* out, double factor = footLambert);
 
 /// The result record of a channel vector through the active matrix.
