@@ -93,12 +93,7 @@ private:
 
 Orvex::Orvex(Generic::EventListener* listener, std::int32_t deviceIndex_)
 try : messages(listener), deviceIndex(deviceIndex_) {
-    try {
-        Initialize();
-    } catch (...) {
-        UnInitialize();
-        throw;
-    }
+    Initialize();
 }
 TRACE_GUARD("Orvex", "Orvex")
 
@@ -114,13 +109,19 @@ Orvex::~Orvex()
 
 void Orvex::Initialize()
 try {
-    driver = LowLevelDriver::Instance(this, deviceIndex);
-    MakeHandles();
-    if (IsOrvexMonitor()) {
-        handles.erase(RemissionMode);
-        handles.erase(RemissionScanMode);
+    try {
+        driver = LowLevelDriver::Instance(this, deviceIndex);
+        MakeHandles();
+        if (IsOrvexMonitor()) {
+            handles.erase(RemissionMode);
+            handles.erase(RemissionScanMode);
+        }
+        serialNumber = HandleSession(GetHandle(ServiceMode))->GetPhysicalCondition(Id::SerialNumber).AsLong();
+    } catch (...) {
+        // Half a connection would pass for one at the next question.
+        UnInitialize();
+        throw;
     }
-    serialNumber = HandleSession(GetHandle(ServiceMode))->GetPhysicalCondition(Id::SerialNumber).AsLong();
 }
 TRACE_GUARD("Orvex", "Initialize")
 
@@ -157,7 +158,7 @@ try {
         }
     }
     if (GetMode() == RemissionScanMode) {
-        GetHandle(ServiceMode)->SetPhysicalCondition(Id::ResetMask, resetAll);
+        HandleSession(GetHandle(ServiceMode))->SetPhysicalCondition(Id::ResetMask, resetAll);
         throw std::runtime_error("system busy. try again");
     }
     return MeasureOnce();

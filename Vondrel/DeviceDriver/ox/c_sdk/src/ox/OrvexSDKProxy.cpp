@@ -101,12 +101,15 @@ void OrvexSDKProxy::TriggerMeasurement()
 try {
     CurrentModeState().cache.Clear();
     std::vector<SpectrumData> recognized;
-    const auto& measured = Device().TriggerMeasurement();
+    // Copies: the application's recognition callbacks may measure again, change the strategy or reset the mode.
+    const auto measured = Device().TriggerMeasurement();
+    const auto recognition = CurrentModeState().recognition;
+    const bool succeeded = recognition->Execute(measured, recognized);
     ModeState& state = CurrentModeState();
-    const bool succeeded = state.recognition->Execute(measured, recognized);
     state.cache = recognized;
     std::string& counter = state.options[Key::LastCalibrationCounter];
-    counter = lexical_cast<std::string>(lexical_cast<std::int32_t>(counter) + 1);
+    // An application may have set the counter to any number.
+    counter = lexical_cast<std::string>(Difference(lexical_cast<std::int32_t>(counter), -1));
     if (!succeeded)
         SetLastError(SDKError(OX_RecognitionFailed, "strip recognition failed", ""));
 }
@@ -220,14 +223,15 @@ TRACE_GUARD("OrvexSDKProxy", "SetMeasureMode")
 
 void OrvexSDKProxy::SetRecognitionStrategy(bool disable)
 {
-    Recognition* strategy = nullptr;
+    SmartPointer<Recognition>& recognition = CurrentModeState().recognition;
     if (disable)
-        strategy = new DummyRecognition;
+        recognition = SmartPointer<Recognition>(new DummyRecognition);
     else if (GetMode() == Device::AmbientLightScanMode)
-        strategy = new FlashRecognition;
+        recognition = SmartPointer<Recognition>(new FlashRecognition);
     else if (GetMode() == Device::RemissionScanMode)
-        strategy = new ChartRecognition;
-    CurrentModeState().recognition = SmartPointer<Recognition>(strategy);
+        recognition = SmartPointer<Recognition>(new ChartRecognition);
+    else
+        recognition = SmartPointer<Recognition>();
 }
 
 bool OrvexSDKProxy::IsRecognitionEnabled()

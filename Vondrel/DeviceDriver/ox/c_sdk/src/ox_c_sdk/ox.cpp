@@ -19,6 +19,12 @@ bool Is(const char* text, const char* expected)
     return text != nullptr && std::strcmp(text, expected) == 0;
 }
 
+/// For operations that run recognition callbacks, which may drop the context: its proxy stays until the operation ends.
+ContextManager::SmartPointer<SDKProxy> KeptProxy()
+{
+    return ContextManager::Instance().Current().Proxy();
+}
+
 /// A key that asks for the error of the call before.
 bool AsksForError(const char* key)
 {
@@ -146,13 +152,13 @@ OX_Result OX_Calibrate(void)
 
 OX_Result OX_TriggerMeasurement(void)
 {
-    return PerformForCode({__func__, __FILE__, __LINE__}, [] { CurrentProxy().TriggerMeasurement(); });
+    return PerformForCode({__func__, __FILE__, __LINE__}, [] { KeptProxy()->TriggerMeasurement(); });
 }
 
 OX_Result OX_TriggerCountedScan(int32_t count)
 {
     return PerformForCode({__func__, __FILE__, __LINE__, {.index = count}},
-                          [&] { CurrentProxy().TriggerCountedScan(count); });
+                          [&] { KeptProxy()->TriggerCountedScan(count); });
 }
 
 OX_Result OX_GetSpectrum(float spectrum[36], int32_t index)
