@@ -62,9 +62,9 @@ protected:
     /// What passed between library and instrument since the trace was cleared; without the interrupt pipe.
     static std::vector<std::string> Trace(oxv_device traced);
 
-    /// What was measured and waited for since the trace was cleared: "on 1 at 20.0 ms" (lamp on, one reading), "off 2 at
-    /// 500.0 ms", "on scan 10 at 5.0 ms", with " high" behind it for the high sensitivity; "sleep 1500 ms", "reset 1F",
-    /// "open 0", "close 0".
+    /// What was measured and waited for since the trace was cleared: "on 1 at 20.0 ms" (lamp on, one reading), "off 2
+    /// at 500.0 ms", "on scan 10 at 5.0 ms", with " high" behind it for the high sensitivity; "sleep 1500 ms", "reset
+    /// 1F", "open 0", "close 0".
     std::vector<std::string> MeasuringSteps() const;
 
     oxv_device device = 0;
