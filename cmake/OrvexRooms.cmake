@@ -22,6 +22,8 @@ target_compile_options(orvex_flags INTERFACE
     # g++ 12 turns (double)(float)x into x where it vectorises two of them outside a loop (-O2 and -O3): a step that is to be
     # stored in single precision would keep its double.
     $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-fno-tree-slp-vectorize>
+    # False alarms of g++ 12 in optimised builds, in the standard library's own strings and function objects.
+    $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-restrict -Wno-maybe-uninitialized>
     -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=
     $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-fno-gnu-unique>
     $<$<BOOL:${ORVEX_WERROR}>:-Werror>)
