@@ -82,8 +82,8 @@ protected:
             ++messages;
         }
         nap->Wait(20);
+        gone = true; // before the closing, which settles the bench
         pipe->Close();
-        gone = true;
     }
 
     void AwaitListener()
