@@ -90,19 +90,20 @@ TEST(DeltaE2000, HoldsExactlyOppositeHuesForHalfATurn)
     RandomColors random;
     for (int i = 0; i < 20000; ++i) {
         const float lightness = random.Between(0, 100);
-        const float a = random.Between(-60, 60);
-        const float b = random.Between(-60, 60);
-        const float difference = Calculator::GetDeltaE_2000(Lab(lightness, a, b), Lab(lightness, -a, -b), 1, 1, 1);
+        const float a = random.Between(-40, 40);
+        const float b = random.Between(-40, 40);
+        const float ratio = i % 2 == 0 ? -1.0F : -2.0F; // of unequal chromas the rotation term tells both ways round
+        const auto opposite = Lab(lightness, ratio * a, ratio * b);
+        const float difference = Calculator::GetDeltaE_2000(Lab(lightness, a, b), opposite, 1, 1, 1);
         // The mean of two opposite hues is a right angle ahead of the smaller one: turning one hue a little towards the
-        // other across that mean changes next to nothing, a mean on the other side changes much.
+        // other across that mean changes next to nothing, a mean or a step on the other side changes much.
         double hue = std::atan2(b, a);
         hue += hue < 0 ? 2 * 3.14159265358979 : 0;
         const double inward = hue < 3.14159265358979 ? 1e-4 : -1e-4;
         const float turnedA = static_cast<float>(a * std::cos(inward) - b * std::sin(inward));
         const float turnedB = static_cast<float>(a * std::sin(inward) + b * std::cos(inward));
-        ASSERT_NEAR(Calculator::GetDeltaE_2000(Lab(lightness, turnedA, turnedB), Lab(lightness, -a, -b), 1, 1, 1),
-                    difference, 0.02)
-            << a << ' ' << b;
+        ASSERT_NEAR(Calculator::GetDeltaE_2000(Lab(lightness, turnedA, turnedB), opposite, 1, 1, 1), difference, 0.02)
+            << a << ' ' << b << " and " << ratio << " times that";
     }
 }
 

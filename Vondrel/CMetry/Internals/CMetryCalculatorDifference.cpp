@@ -82,14 +82,19 @@ double ChromaStep(double chroma)
     return std::sqrt(power / (power + pow25to7));
 }
 
-// Of CIEDE2000, in degrees. Two hues in single precision lie up to 4.5e-5 beside their angle, so that exactly opposite
-// ones would fall to either side by chance; they count as not more than half a turn apart.
+// Of CIEDE2000, whether two hues in degrees lie more than half a turn apart. In single precision they lie up to 4.5e-5
+// beside their angle, so that exactly opposite ones would fall to either side by chance; they count as not apart.
+bool AreApart(float hue1, float hue2)
+{
+    constexpr double halfTurn = 180.00005;
+    return std::abs(static_cast<double>(hue1) - hue2) > halfTurn;
+}
+
 float MeanHue(float hue1, float hue2)
 {
     const double h1 = hue1;
     const double h2 = hue2;
-    constexpr double halfTurn = 180.00005;
-    if (!(std::abs(h1 - h2) > halfTurn))
+    if (!AreApart(hue1, hue2))
         return Single((h1 + h2) / 2);
     return h1 <= h2 ? Single(((360 - h2) + h1) / 2 + h2) : Single(((360 - h1) + h2) / 2 + h1);
 }
@@ -129,6 +134,23 @@ struct StretchedColor {
         return degrees < 0.0F ? Single(degrees + 360.0) : degrees;
     }
 };
+
+// From the first hue to the second the shorter way, in radians. Of opposite hues both ways are as long: the step takes
+// the one that the mean hue lies on.
+float HueStep(const StretchedColor& color1, const StretchedColor& color2)
+{
+    constexpr float nearlyHalfTurn = 3.1415F;
+    float step = color2.hue - color1.hue;
+    if (step > std::numbers::pi)
+        step = Single(step - 2 * std::numbers::pi);
+    else if (step < -std::numbers::pi)
+        step = Single(step + 2 * std::numbers::pi);
+    if (!(std::abs(step) > nearlyHalfTurn))
+        return step;
+    const float hue1 = color1.HueDegrees();
+    const float hue2 = color2.HueDegrees();
+    return std::copysign(step, AreApart(hue1, hue2) ? hue1 - hue2 : hue2 - hue1);
+}
 
 // The cone responses of the Friele-MacAdam-Chickering formula.
 struct ConeResponse {
@@ -361,16 +383,10 @@ float CMetryCalculator::GetDeltaE_2000(const VDColorVector& lab1, const VDColorV
     const StretchedColor color1(lab1, stretch);
     const StretchedColor color2(lab2, stretch);
 
-    float hueStep = color2.hue - color1.hue;
-    if (hueStep > std::numbers::pi)
-        hueStep = Single(hueStep - 2 * std::numbers::pi);
-    else if (hueStep < -std::numbers::pi)
-        hueStep = Single(hueStep + 2 * std::numbers::pi);
-
     const float dL = lab1[0] - lab2[0];
     const float dC = color2.chroma - color1.chroma;
     const float dH = Single(2 * std::sqrt(static_cast<double>(color1.chroma) * color2.chroma)
-                            * std::sin(static_cast<double>(hueStep) / 2));
+                            * std::sin(HueStep(color1, color2) / 2.0));
 
     const double meanL = Single((static_cast<double>(lab1[0]) + lab2[0]) / 2);
     const float meanC = Single((static_cast<double>(color1.chroma) + color2.chroma) / 2);
