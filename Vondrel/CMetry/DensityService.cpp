@@ -1,6 +1,7 @@
 #include "Vondrel/CMetry/DensityService.h"
 
 #include "Vondrel/CMetry/CMetryException.h"
+#include "Vondrel/CMetry/Internals/SinglePrecision.h"
 #include "Vondrel/CMetry/MeasureConditionTranslator.h"
 #include "Vondrel/CMetry/VDSample.h"
 #include "Vondrel/Utilities/Exceptions/TraceGuard.h"
@@ -104,7 +105,7 @@ try {
     if (!DensityCalculator::GetDotArea(solid, tint, conditions.GetDensityStandard(), conditions.GetDensityFilterMode(),
                                        area))
         throw CMetryException("Calculation of dot gain failed", THROW_LOCATION("DensityService", "GetDotGain"));
-    return area * 100.0F - nominal;
+    return Single(area * 100.0 - nominal);
 }
 TRACE_GUARD("DensityService", "GetDotGain")
 
@@ -124,7 +125,8 @@ try {
     float sum = 0.0F;
     for (const float area : areas)
         sum += area;
-    return (static_cast<float>(areas.size()) * *std::max_element(areas.begin(), areas.end()) - sum) * 100.0F;
+    const double largest = *std::max_element(areas.begin(), areas.end());
+    return Single((static_cast<double>(areas.size()) * largest - sum) * 100);
 }
 TRACE_GUARD("DensityService", "GetSlur")
 

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <limits>
 #include <string>
@@ -303,6 +304,27 @@ TEST_F(PressMeasure, GreynessAndHueError)
     ASSERT_TRUE(DensityCalculator::GetGreyness(FlatSpectrum(1.0F), Standard::DINNB, false, value, true));
     EXPECT_EQ(value, 1.0F);
     EXPECT_FALSE(DensityCalculator::GetGreyness(FlatSpectrum(0.1F), Standard::DIN, true, value, true)) << "no paper";
+}
+
+TEST_F(PressMeasure, OneRoundingForEachResult)
+{
+    RandomColors random;
+    DensityService::SetPaperWhite(FlatSpectrum(0.99F));
+    const auto conditions = DensityConditions("Paper", "Cyan");
+    for (int i = 0; i < 200; ++i) {
+        const VDSpectrum spectrum = random.Reflectance();
+        std::array<float, 3> sorted;
+        DensityCalculator::SortColorDensities(Of(spectrum), sorted);
+        const double high = sorted[0], middle = sorted[1], low = sorted[2];
+        float value = 0.0F;
+        ASSERT_TRUE(DensityCalculator::GetHueError(spectrum, Standard::DIN, false, value, true));
+        EXPECT_EQ(value, static_cast<float>((middle - low) / (high - low)));
+
+        const VDSpectrum solid = Cyan(0.04F);
+        ASSERT_TRUE(DensityCalculator::GetDotArea(solid, spectrum, Standard::DIN, Mode::Cyan, value));
+        EXPECT_EQ(DensityService::GetDotGain(solid, spectrum, conditions, 50.0F),
+                  static_cast<float>(value * 100.0 - 50.0));
+    }
 }
 
 TEST_F(DensityServiceTest, WhiteBaseDecidesAboutThePaper)

@@ -402,7 +402,8 @@ try {
     if (!GetSorted(spectrum, standard, paperRelative, withSlope, sorted))
         return false;
     const bool none = std::abs(sorted[0]) < noDensity || sorted[0] == sorted[2];
-    error = none ? 0.0F : (sorted[1] - sorted[2]) / (sorted[0] - sorted[2]);
+    const double high = sorted[0], middle = sorted[1], low = sorted[2];
+    error = none ? 0.0F : Single((middle - low) / (high - low));
     return true;
 }
 TRACE_GUARD("DensityCalculator", "GetHueError")
