@@ -15,7 +15,8 @@ public:
     /// @param spectrum   relative spectral power, at any scale
     /// @param valid      receives whether the source lies within 0.0054 of the reference (u, v of CIE 1960)
     /// @param reference  receives the name of the daylight; empty for a Planck radiator
-    /// @return the index, whole; 0 and not valid for a spectrum without a colour temperature
+    /// @return the index, whole; 0 and not valid for a spectrum without a colour temperature, or with so much negative
+    ///         power that a sample has no colour under it
     float GetColorRenderingIndex(const VDSpectrum& spectrum, bool& valid, std::string& reference) const;
 
 private:

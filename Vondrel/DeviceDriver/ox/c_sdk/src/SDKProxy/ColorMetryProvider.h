@@ -19,14 +19,16 @@ public:
     /// Default conditions, with an absolute white base.
     ColorMetryProvider();
 
-    /// @throws CMetryException for an unknown key
+    /// The text of a condition's value; "Undefined" for an unknown key.
     std::string GetCondition(const std::string& key) const;
 
-    /// @throws CMetryException for an unknown key or value
+    /// @throws CMetryException           an unknown key or value
+    /// @throws InvalidArgumentException  an illuminant without the number that it needs
     void SetCondition(const std::string& key, const std::string& value);
 
     /// The sample in the colour space of the conditions.
     /// @param sample  36 values
+    /// @throws CMetryException  a shorter sample, conditions that name no such colour, white base "Paper" without paper
     std::array<float, 3> GetTristimulus(const std::vector<float>& sample) const;
 
     /// Sets the paper.
@@ -35,12 +37,13 @@ public:
 
     /// @return the density through the filter of the conditions, and the name of that filter: the one chosen if the
     ///         conditions say "Auto"
-    /// @throws SDKError 5 "no substrate set" with white base "Paper"
+    /// @throws SDKError 5 "no substrate set"  white base "Paper" and no paper with a value above 0
+    /// @throws CMetryException                "Calculation of Density failed", "Missing WhiteReference"
     std::pair<float, std::string> GetDensity(const std::vector<float>& sample) const;
 
     /// @return the densities through cyan, magenta, yellow and black, and the name of the filter that the automatic
-    /// choice
-    ///         takes, whatever the conditions say
+    ///         choice takes, whatever the conditions say
+    /// @throws as GetDensity; the filter of the conditions stays in every case
     std::pair<std::array<float, filterCount>, std::string> GetDensities(const std::vector<float>& sample);
 
     /// @return 0 to 3 for cyan, magenta, yellow, black; 4 for any other name
