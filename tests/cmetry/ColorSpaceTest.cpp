@@ -276,6 +276,48 @@ TEST(ColorSpace, TheUniformSpaceHasTwoSectionsOfLightnessAndKeepsGreysGrey)
     ExpectNear(Get(&Calculator::GetVector_LABvd, FlatSpectrum(0.015F), conditions), dark[0] / 0.511F, 0.0F, 0.0F, 1e-3);
 }
 
+// In double precision, and the chroma as what it stands for: the integral of the weight that CMC (ISO 105-J03) gives
+// it.
+TEST(ColorSpace, TheUniformSpaceStraightensLightnessChromaAndHue)
+{
+    const auto chroma = [](double c) {
+        double integral = 0;
+        constexpr int steps = 1000;
+        for (int i = 0; i < steps; ++i) {
+            const double at = c * (i + 0.5) / steps;
+            integral += c / steps / (0.0638 * at / (1 + 0.0131 * at) + 0.638);
+        }
+        return integral;
+    };
+    const auto hue = [](double degrees) {
+        const double t = degrees * 3.14159265358979 / 180;
+        return (t + 0.17914 - 0.09622 * std::cos(t) + 0.13893 * std::sin(t) - 0.06742 * std::cos(2 * t)
+                - 0.0539 * std::sin(2 * t) - 0.02137 * std::cos(3 * t) - 0.04029 * std::sin(3 * t)
+                + 0.00587 * std::cos(4 * t) - 0.01043 * std::sin(4 * t))
+            * 180 / 3.14159265358979;
+    };
+    RandomColors random;
+    int dark = 0;
+    for (int i = 0; i < 400; ++i) {
+        VDSpectrum spectrum = random.Reflectance();
+        const float scale = random.Between(0.01F, 1.0F);
+        for (std::size_t point = 0; point < VDSpectrum::GetNrOfDataPoints(); ++point)
+            spectrum[point] *= scale;
+        const auto conditions = Conditions(ColorSpace::LCHvd);
+        const auto lch = Get(&Calculator::GetVector_CIELCh_ab, spectrum, conditions);
+        const auto uniform = Get(&Calculator::GetVector_LCHvd, spectrum, conditions);
+        const double lightness = lch[0];
+        dark += lightness < 16;
+        EXPECT_NEAR(uniform[0],
+                    lightness < 16 ? lightness / 0.511
+                                   : std::log(0.040975 * lightness) / 0.040975 + 0.01765 * lightness + 34.7231,
+                    1e-5);
+        EXPECT_NEAR(uniform[1], chroma(lch[1]), 1e-3);
+        EXPECT_NEAR(uniform[2], hue(lch[2]), 2e-4);
+    }
+    EXPECT_GT(dark, 10) << "both sections have been tried";
+}
+
 TEST(ColorSpace, HunterAndTheReflectancesOfTheLobesWeighAgainstTheWhite)
 {
     // The lobes of x-bar apart: blue up to 500 nm, red beyond.

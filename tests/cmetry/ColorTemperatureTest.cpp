@@ -190,6 +190,52 @@ TEST(ColorRenderingIndex, FluorescentLampsOfTheCIE)
     }
 }
 
+TEST(ColorRenderingIndex, IsValidWithin54TenThousandthsOfItsReference)
+{
+    const auto chromaticity = [](const VDSpectrum& light) {
+        return CMetryService::GetVector(light, Conditions(ColorSpace::CIEuvY1960, IlluminationTYPE::Emission));
+    };
+    // Planck radiators and daylights, and more and more of a green line on top of them.
+    int limits = 0;
+    for (const auto& base : {Planck(3000.0F), Planck(4500.0F), Illuminant(IlluminationTYPE::D65)}) {
+        bool before = true;
+        for (int step = 0; step < 100; ++step) {
+            SCOPED_TRACE(step);
+            VDSpectrum light = base;
+            light[15] *= 1.0F + 0.02F * static_cast<float>(step);
+            float index = 0.0F;
+            std::string reference;
+            const bool valid = CMetryService::GetColorRenderingIndex(light, index, reference);
+            const float temperature = CMetryService::GetColorTemperature(light);
+            const auto source = chromaticity(light);
+            double distance = 1.0;
+            if (temperature < 5000.0F) {
+                EXPECT_EQ(reference, "");
+                const auto ideal = chromaticity(Planck(temperature));
+                distance = std::hypot(source[0] - ideal[0], source[1] - ideal[1]);
+            } else {
+                std::string nearest;
+                for (const auto& [type, name] : {std::pair(IlluminationTYPE::D50, "D50"),
+                                                 {IlluminationTYPE::D55, "D55"},
+                                                 {IlluminationTYPE::D65, "D65"},
+                                                 {IlluminationTYPE::D75, "D75"}}) {
+                    const auto table = chromaticity(Illuminant(type));
+                    const double to = std::hypot(source[0] - table[0], source[1] - table[1]);
+                    if (to < distance) {
+                        distance = to;
+                        nearest = name;
+                    }
+                }
+                EXPECT_EQ(reference, nearest);
+            }
+            EXPECT_EQ(valid, distance <= 0.0054) << distance;
+            limits += before && !valid;
+            before = valid;
+        }
+    }
+    EXPECT_EQ(limits, 3) << "each light starts within the limit and leaves it";
+}
+
 TEST(ColorRenderingIndex, ALightWithoutTemperatureHasNone)
 {
     float index = 55.0F;
@@ -226,6 +272,10 @@ TEST(EstimatedSpectrum, HasTheColourThatWasAskedFor)
             const VDColorVector lab = CMetryService::GetVector(random.Reflectance(), conditions);
             const VDSpectrum spectrum = CMetryService::GetSpectrum(lab);
             EXPECT_LT(CMetryService::GetDeltaE(lab, CMetryService::GetVector(spectrum, conditions)), 0.1F);
+            VDColorVector xyz;
+            ASSERT_TRUE(CMetryCalculator::GetVector_CIEXYZ(spectrum, conditions, xyz));
+            xyz -= CMetryService::GetVector(lab, ColorSpace::CIEXYZ);
+            EXPECT_LT(xyz.Length(), std::sqrt(0.001)) << "near in XYZ too";
             for (const float value : spectrum.Values()) {
                 EXPECT_GE(value, 0.0F);
                 EXPECT_LE(value, 1.0F);

@@ -2,6 +2,7 @@
 
 #include "Vondrel/CMetry/CMetryException.h"
 #include "Vondrel/CMetry/Internals/CMetryFilter.h"
+#include "Vondrel/CMetry/Internals/DensityFilter.h"
 
 #include <gtest/gtest.h>
 
@@ -87,5 +88,63 @@ TEST(StandardTables, DaylightFormulaGivesTheDaylightTables)
         for (int wavelength = 300; wavelength <= 830; wavelength += 5)
             largest = std::max(largest, std::abs(double(At(formula, wavelength)) - At(table, wavelength)));
         EXPECT_LE(largest, 0.0051);
+    }
+}
+
+TEST(StandardTables, TemperaturesAbove32767AreNegative)
+{
+    VDIllumination dxx(IlluminationTYPE::Dxx);
+    dxx.SetColorTemperature(65535);
+    VDMeasureConditions conditions;
+    conditions.SetIllumination(dxx);
+    StandardFilter formula;
+    formula.SetDxxIllumination(conditions);
+    // At -1 K x is huge and y larger by far, so that M1 and M2 are the quotients of the factors of y.
+    EXPECT_NEAR(At(formula, 300), 0.04 + std::round(5.9114 / -0.7341 * 1e3) / 1e3 * 0.02, 1e-5);
+}
+
+TEST(StandardTables, DensityCurvesLieAtTheirWavelengths)
+{
+    const struct {
+        DensityStandard standard;
+        double centroids[3]; // of Cyan, Magenta, Yellow in nm
+    } cases[] = {
+        {DensityStandard::DIN, {620, 530, 430}},
+        {DensityStandard::DINNB, {620, 530, 430}},
+        {DensityStandard::ANSIA, {627.9731, 535.2159, 444.1014}},
+        {DensityStandard::ANSIE, {610.1273, 533.0915, 442.5077}},
+        {DensityStandard::ANSII, {625, 535, 430}},
+        {DensityStandard::ANSIT, {610.1273, 533.0924, 460.1655}},
+        {DensityStandard::SPI, {624.5970, 536.1227, 432.9010}},
+    };
+    const auto moment = [](const Filter& curve) {
+        double sum = 0.0;
+        for (std::size_t i = 0; i < SpectrumGrid::NumberOfDataPoints; ++i)
+            sum += curve[i] * static_cast<double>(SpectrumGrid::MinWavelength + SpectrumGrid::StepSize * i);
+        return sum;
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(static_cast<int>(c.standard));
+        const DensityFilter curves(c.standard);
+        EXPECT_NEAR(moment(curves[0]), 57221.1204, 0.005) << "Black";
+        for (std::size_t channel = 1; channel < densityChannels; ++channel)
+            EXPECT_NEAR(moment(curves[channel]), c.centroids[channel - 1], 1e-4) << channel;
+    }
+}
+
+TEST(StandardTables, RenderingSamplesReflectAtTheirWavelengths)
+{
+    const struct {
+        double sum, moment; // over the points, and over the points times their index
+    } cases[] = {{11.663, 239.515}, {8.829, 188.047},  {7.995, 173.582},  {7.509, 131.864},
+                 {10.229, 155.348}, {12.398, 195.682}, {14.630, 252.318}, {15.757, 326.905}};
+    for (std::size_t sample = 0; sample < renderingSamples.size(); ++sample) {
+        double sum = 0.0, moment = 0.0;
+        for (std::size_t i = 0; i < SpectrumGrid::NumberOfDataPoints; ++i) {
+            sum += renderingSamples[sample][i];
+            moment += static_cast<double>(i) * renderingSamples[sample][i];
+        }
+        EXPECT_NEAR(sum, cases[sample].sum, 1e-5) << sample;
+        EXPECT_NEAR(moment, cases[sample].moment, 1e-4) << sample;
     }
 }

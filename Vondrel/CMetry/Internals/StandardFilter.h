@@ -28,7 +28,7 @@ public:
 
     /// Becomes CIE daylight of the conditions' nominal colour temperature, 100 at 560 nm (CIE 15, Colorimetry: the
     /// daylight formula; M1 and M2 rounded to three decimals). The temperature is not checked: one without a daylight
-    /// (0 K) gives values that are not finite.
+    /// (0 K) gives values that are not finite, and one above 32767 K counts as negative, less 65536.
     void SetDxxIllumination(const VDMeasureConditions& conditions);
 
 private:
