@@ -120,6 +120,11 @@ std::vector<Report> SpectrophotometerBench::TakeReports()
     return std::exchange(reports, {});
 }
 
+std::int32_t SpectrophotometerBench::LastCode()
+{
+    return reports.empty() ? OX_NoError : reports.back().code;
+}
+
 std::vector<Message> SpectrophotometerBench::TakeMessages()
 {
     const std::lock_guard lock(guard);

@@ -46,6 +46,8 @@ protected:
 
     static void RegisterHandlers();
     static std::vector<Report> TakeReports();
+    /// @return the code of the last call of the error handler
+    static std::int32_t LastCode();
     static std::vector<Message> TakeMessages();
 
     /// Waits, in real time, until the message handler has been called so often.
