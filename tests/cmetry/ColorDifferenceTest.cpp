@@ -193,6 +193,12 @@ TEST(Difference, FailsWhereItCannotBeComputed)
     EXPECT_EQ(Calculator::GetDeltaE_FMCII(black, black, Conditions(ColorSpace::CIEXYZ)), failure);
     EXPECT_EQ(Calculator::GetDeltaE_FMCII(black, grey, Conditions(ColorSpace::CIEXYZ)), failure);
     EXPECT_LT(Calculator::GetDeltaE_FMCII(grey, black, Conditions(ColorSpace::CIEXYZ)), failure);
+    VDSpectrum red;
+    red[33] = red[34] = 1.0F; // no Z at all
+    EXPECT_LT(Calculator::GetDeltaE_FMCII(red, red, Conditions(ColorSpace::CIEXYZ)), failure);
+    EXPECT_LT(Calculator::GetMetamery(grey, red, Conditions(ColorSpace::CIEXYZ), VDIllumination(IlluminationTYPE::A)),
+              failure)
+        << "no division by the missing Z";
 }
 
 TEST(DeltaE94, WeighsByTheChromaOfTheReference)
@@ -314,7 +320,8 @@ TEST(ColorClass, ChangesAtItsHues)
         {208, 30, 50, 4},       {211, 30, 50, 3},       {258, 30, 50, 3},         {261, 30, 50, 2},
         {298, 30, 50, 2},       {301, 30, 50, 1},       {333, 30, 50, 1},         {336, 30, 50, 0},
         {358, 30, 50, 0},       {200, 8.5F, 50, 4},     {200, 7.5F, 50, 14},      {200, 6.3F, 85, 4},
-        {200, 5.9F, 85, 13},    {20, 4, 32, 14},        {20, 4, 28, 15},          {20, 4, 78, 14},
+        {200, 5.9F, 85, 13},    {20, 4, 30.4F, 14},     {20, 4, 80.4F, 13},       {20, 4, 29.6F, 15},
+        {20, 4, 79.6F, 14},
     };
     for (const auto& c : cases) {
         const double angle = Calculator::DegToRad(c.hue);

@@ -116,6 +116,8 @@ TEST(ColorSpace, ABlackLiesAtTheChromaticityOfTheIlluminant)
     ExpectNear(uv, 4.0F / 19, 9.0F / 19, 0.0F, 1e-7);
     EXPECT_TRUE(Calculator::GetVector_CIEuvY1960(xyz, uv));
     ExpectNear(uv, 4.0F / 19, 6.0F / 19, 0.0F, 1e-7);
+    EXPECT_TRUE(Calculator::GetVector_CIEuvY1976({0.4F, 0.4F, 0.0F, Conditions(ColorSpace::CIExyY)}, uv));
+    ExpectNear(uv, 4.0F / 19, 9.0F / 19, 0.0F, 1e-7);
 }
 
 TEST(ColorSpace, EmissionIgnoresIlluminantAndWhiteBase)
@@ -199,6 +201,25 @@ TEST(ColorSpace, LabOfADarkColorTakesTheStraightLine)
     ASSERT_TRUE(Calculator::GetVector_CIELab(VDColorVector(-1.0F, -1.0F, -1.0F, VDMeasureConditions()), lab));
     EXPECT_EQ(lab[0], 0.0F) << "L* is not negative";
     EXPECT_NE(lab[1], 0.0F) << "a* and b* are as they come";
+}
+
+TEST(ColorSpace, LabLeavesTheStraightLineAt0008856)
+{
+    // The two branches are 4e-5 apart there, some forty times the rounding of so small an L*.
+    const struct {
+        double ratio;
+        bool line;
+    } cases[] = {{0.0088, true}, {0.008855, true}, {0.008857, false}, {0.0089, false}, {0.009, false}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.ratio);
+        const double f = c.line ? 7.787 * c.ratio + 16.0 / 116 : std::cbrt(c.ratio);
+        VDColorVector lab;
+        VDColorVector xyz(0.0F, static_cast<float>(100 * c.ratio), 0.0F, Conditions(ColorSpace::CIEXYZ));
+        ASSERT_TRUE(Calculator::GetVector_CIELab(xyz, lab));
+        EXPECT_NEAR(lab[0], 116 * f - 16, 5e-6);
+        ASSERT_TRUE(Calculator::GetVector_CIEXYZ(Lab(static_cast<float>(116 * f - 16), 0, 0), xyz));
+        EXPECT_NEAR(xyz[1], 100 * c.ratio, 1e-6);
+    }
 }
 
 TEST(ColorSpace, HueRunsAboveZeroUpTo360)

@@ -91,6 +91,19 @@ TEST(ColorTemperature, APlanckRadiatorHasItsOwn)
         EXPECT_EQ(CMetryService::GetColorTemperature(Planck(temperature)), temperature);
 }
 
+TEST(ColorTemperature, ThePlanckRadiatorHasItsConstants)
+{
+    for (const float temperature : {2000.0F, 6500.0F}) {
+        const VDSpectrum radiator = Planck(temperature);
+        for (const std::size_t i : {0U, 18U, 35U}) {
+            const double metres = VDSpectrum::GetWaveLength(i) * 1e-9;
+            const double expected =
+                1.19104678203084e-16 / std::pow(metres, 5) / std::expm1(0.014388443415906128 / (metres * temperature));
+            EXPECT_NEAR(radiator[i] / expected, 1.0, 1e-7);
+        }
+    }
+}
+
 // Correlated colour temperatures in the tables of CIE 15, Colorimetry. A white under an illuminant has the colour of
 // the illuminant. Those of the fluorescent lamps are published to 10 K.
 TEST(ColorTemperature, WhitesUnderTheIlluminantsOfTheCIE)

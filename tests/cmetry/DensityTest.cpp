@@ -135,6 +135,8 @@ TEST_F(Density, ChannelIsSelectedByTheDominantInk)
         {"yellow is highest", Densities(0.1F, 0.1F, 0.2F, 1.0F), Mode::Yellow},
         {"three inks alike", Densities(0.5F, 1.0F, 0.9F, 0.8F), Mode::Black},
         {"just dominant", Densities(0.5F, 1.0F, 0.9F, 0.69F), Mode::Cyan},
+        {"just not dominant", Densities(0.5F, 1.0F, 0.9F, 0.71F), Mode::Black},
+        {"hardly anything", Densities(0.001F, 0.012F, 0.002F, 0.001F), Mode::Cyan},
         {"nearly nothing", Densities(0.005F, 0.001F, 0.002F, 0.003F), Mode::Black},
         {"the first of two", Densities(0.2F, 0.1F, 1.0F, 1.0F), Mode::Magenta},
         {"all negative", Densities(-0.3F, -0.1F, -0.2F, -0.2F), Mode::Black},
@@ -191,7 +193,8 @@ TEST_F(Density, MaximumFrom410To700)
     } cases[] = {
         {"the smallest reflectance", {{450, 0.1F}, {600, 0.01F}}, 2.0F, 600},
         {"the ends do not count", {{380, 0.001F}, {400, 0.001F}, {710, 0.001F}, {500, 0.1F}}, 1.0F, 500},
-        {"the limits do", {{410, 0.1F}}, 1.0F, 410},
+        {"the first limit does", {{410, 0.1F}}, 1.0F, 410},
+        {"and the last", {{700, 0.1F}}, 1.0F, 700},
         {"nearer to 550 nm", {{450, 0.1F}, {570, 0.1F}}, 1.0F, 570},
         {"equally near: the first", {{540, 0.1F}, {560, 0.1F}}, 1.0F, 540},
         {"no reflectance", {{500, 0.0F}}, 9.99F, 500},

@@ -47,7 +47,7 @@ Yuv GetYuv(const VDSpectrum& spectrum, const VDMeasureConditions& conditions)
     return {y, 4.0 * x / d, 6.0 * y / d};
 }
 
-/// The eight samples under a light, and the light itself with Y = 100.
+/// The eight samples under a light, and the light itself.
 struct Rendering {
     Yuv white;
     std::array<Yuv, std::tuple_size_v<decltype(renderingSamples)>> samples;
@@ -57,7 +57,6 @@ Rendering Render(const VDSpectrum& light)
 {
     Rendering rendering;
     rendering.white = GetYuv(light, EmissionConditions());
-    rendering.white.y = 100.0;
     VDMeasureConditions conditions = EmissionConditions();
     conditions.SetUserdefinedIllumination(VDSpectrum(light.Values())); // without whatever conditions the light has
     for (std::size_t i = 0; i < rendering.samples.size(); ++i)
