@@ -86,8 +86,13 @@ public:
     void Open(LockFile* file, const std::string& name)
     {
         const std::lock_guard lock(mutex);
-        files.insert(file);
-        file->descriptor = OpenAnywhere(name);
+        const auto place = files.insert(file).first;
+        try {
+            file->descriptor = OpenAnywhere(name);
+        } catch (...) {
+            files.erase(place); // out of memory: the object will not come to be
+            throw;
+        }
     }
 
     void Close(LockFile* file)
