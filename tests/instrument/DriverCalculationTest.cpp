@@ -155,10 +155,62 @@ TEST(DriverCalculation, RefusesABadWhiteAndDropsTheOldOne)
     SensorData white = Data({WhiteReading()});
     EXPECT_THAT([&] { withoutDark.White(white, true, 1.0F); },
                 ThrowsMessage<CalculationException>("White calculation: Sample calculation: Data not valid"));
+}
 
-    white = Data({WhiteReading()});
-    saturated[10] = 60000;
-    EXPECT_FALSE(Calibrated().SensorIsSaturated(Data({saturated}))) << "ten counts above the limit are allowed";
+TEST(DriverCalculation, IsSaturatedByMoreThanTenCountsAReadingAboveTheLimitOfTheGain)
+{
+    const DriverCalculation calculation(Calibration());
+    struct Case {
+        const char* what;
+        std::int32_t gain, limit;
+    };
+    for (const Case& c : {Case{"normal gain", 1, 60000}, Case{"high sensitivity", 0, 50000}}) {
+        SCOPED_TRACE(c.what);
+        Longs reading(128, c.limit);
+        std::fill_n(reading.begin(), 10, c.limit + 1);
+        EXPECT_FALSE(calculation.SensorIsSaturated(Data({reading, reading}, 0.5F, c.gain)));
+        Longs brighter = reading;
+        brighter[127] = c.limit + 1;
+        EXPECT_TRUE(calculation.SensorIsSaturated(Data({reading, brighter}, 0.5F, c.gain)));
+    }
+}
+
+TEST(DriverCalculation, TakesADarkWhoseMeanLiesBelowTheLimit)
+{
+    Longs oneBright(128, 100);
+    oneBright[60] = 60000; // the mean from pixel 1 on is 571
+    struct Case {
+        const char* what;
+        SensorData dark;
+        bool taken;
+    };
+    const Case cases[] = {
+        {"below 1000 and 450 for half a second", Flat(1449), true},
+        {"at the limit", Flat(1450), false},
+        {"below ten times the limit at gain 0", Flat(14499, 0.5F, 0), true},
+        {"at ten times the limit", Flat(14500, 0.5F, 0), false},
+        {"one bright pixel", Data({oneBright}), true},
+        {"readings of which only the mean is dark", Data({Longs(128, 2000), Longs(128, 800)}), true},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        DriverCalculation calculation(Calibration());
+        SensorData dark = c.dark;
+        if (c.taken)
+            calculation.Dark(dark);
+        else
+            EXPECT_THAT([&] { calculation.Dark(dark); },
+                        ThrowsMessage<CalculationException>("Dark calculation: Data is not valid"));
+    }
+}
+
+TEST(DriverCalculation, CanDoWithoutTheDark)
+{
+    DriverCalculation calculation = Calibrated();
+    calculation.ZeroDark();
+    EXPECT_THAT(SampleOf(calculation, Flat(1000), "Emission"), Each(1000 * 0.75F * 2 / 0.5F));
+    calculation.InvalidateData("Dark");
+    EXPECT_THAT([&] { calculation.ZeroDark(); }, ThrowsMessage<DataException>("Data not valid"));
 }
 
 TEST(DriverCalculation, UsesOneWhiteForEachSampleOfAScan)

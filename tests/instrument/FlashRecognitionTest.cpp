@@ -66,6 +66,9 @@ TEST(FlashRecognition, SumsWhatEachFlashAddsToTheAmbientLight)
         {"two peaks that share their valley",
          {100, 103, 101, 104, 100, 800, 300, 800, 102, 105, 100},
          {{{4, 5, 6, 7, 8}, {1, 2, 3, 9, 10}}}},
+        {"a third of the way up is not above it, a count more is",
+         {100, 103, 101, 300, 101, 103, 100, 104, 301, 101, 102, 103, 100, 700, 101, 102},
+         {{{6, 7, 8, 9}, {3, 4, 5, 10, 11, 15}}, {{12, 13, 14}, {10, 11, 15}}}},
         {"a deviation of exactly 50", {100, 150, 200}, {{{1, 2}, {0}}}},
     };
     FlashRecognition recognition;

@@ -192,6 +192,23 @@ TEST(ConfigurationDataConverter, GivesTheEmptyValueOfAnId)
     EXPECT_EQ(GetDataType(GainRatio).GetMemberType(), Property::FloatScalar);
 }
 
+TEST(ConfigurationDataConverter, KnowsWhichIdsHoldFloatsAndVectors)
+{
+    const auto isOf = [](Property::MemberType type) {
+        std::vector<std::uint16_t> ids;
+        for (const PropertyRow& row : propertyTable)
+            if ((row.flags & PropertyRow::Untyped) == 0
+                && ConfigurationDataConverter::GetDataType(row.id).GetMemberType() == type)
+                ids.push_back(row.id);
+        return ids;
+    };
+    using testing::UnorderedElementsAre;
+    EXPECT_THAT(isOf(Property::FloatScalar),
+                UnorderedElementsAre(1213, 1221, 1222, 2001, 2009, 2016, 2017, 3014, 10001, 10004, 10013));
+    EXPECT_THAT(isOf(Property::FloatVector), UnorderedElementsAre(1000, 1001, 1004, 1100, 1101, 1102, 7014));
+    EXPECT_THAT(isOf(Property::LongVector), UnorderedElementsAre(1002, 1003, 3009, 10010, 10011));
+}
+
 TEST(ConfigurationDataConverter, BuildsTheDefaultContainersInTheOrderOfTheirSections)
 {
     using namespace ConfigurationDataConverter;

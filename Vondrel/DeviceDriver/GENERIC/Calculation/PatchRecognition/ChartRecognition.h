@@ -24,7 +24,9 @@ class ChartRecognition : public Recognition {
 public:
     /// @param measured    the readings, in order: reflectance factors in 36 bands
     /// @param recognized  the patches are appended to it
-    /// @return false if there are fewer than two readings, or no patches
+    /// @return false if there are fewer than two readings, a reading that is no spectrum, or fewer than two places
+    /// where
+    ///         the colour jumps; true without a patch if nothing between them is one
     bool Execute(const std::vector<SpectrumData>& measured, std::vector<SpectrumData>& recognized) override;
 
 private:

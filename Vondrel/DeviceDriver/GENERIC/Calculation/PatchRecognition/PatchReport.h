@@ -28,7 +28,7 @@ private:
 /// Reports L*, a* and b* of colours on a channel and the two behind it.
 void ReportColors(RecognitionChannel first, const std::vector<CMetry::VDColorVector>& labs);
 
-/// Collects what is reported about the patches of a scan. Costs nothing while nobody listens.
+/// Collects what is reported about the patches of a scan. Computes nothing while nobody listens.
 class PatchReport {
 public:
     /// @param position  an index into the readings, rising from patch to patch
