@@ -11,6 +11,10 @@
 #include <fstream>
 #include <sstream>
 
+namespace OrvexSDK {
+class OrvexSDKProxy; // what the library calls the receiver of the values below
+}
+
 namespace {
 
 /// The columns of numbers behind a header line and the first column.
@@ -43,11 +47,11 @@ Lab ReadLab(std::int32_t index)
 /// to tools in its process.
 std::vector<Lab> LabOf(const std::vector<Spectrum>& spectra)
 {
-    using SetSampleValues = void (*)(void* proxy, const float* const* spectra, std::int32_t count);
+    using SetSampleValues = void (*)(OrvexSDK::OrvexSDKProxy * proxy, const float* const* spectra, std::int32_t count);
     const auto address = [](const char* key) {
         return static_cast<std::uintptr_t>(std::strtoull(OX_GetOption(key), nullptr, 10));
     };
-    void* const proxy = reinterpret_cast<void*>(address("oxPInst"));
+    auto* const proxy = reinterpret_cast<OrvexSDK::OrvexSDKProxy*>(address("oxPInst"));
     std::vector<const float*> rows;
     for (const Spectrum& spectrum : spectra)
         rows.push_back(spectrum.data());
