@@ -149,6 +149,8 @@ TEST(ChartRecognition, NeedsEdgesOnBothSides)
         {"one reading", {{0.5F, 1}}, false, {}},
         {"one color", {{0.5F, 50}}, false, {}},
         {"a single jump", {{0.9F, 50}, {0.3F, 50}}, false, {}},
+        {"steps of 1.95 are no signal", {{0.9F, 20}, {0.824F, 20}, {0.9F, 20}}, false, {}},
+        {"steps of 2.06 are", {{0.9F, 20}, {0.82F, 20}, {0.9F, 20}}, true, {0.82F}},
         {"the ends of the scan are no patches", {{0.9F, 20}, {0.3F, 20}, {0.1F, 20}}, true, {0.3F}},
         {"three patches", {backing, {0.5F, 20}, {0.25F, 30}, {0.05F, 25}, backing}, true, {0.5F, 0.25F, 0.05F}},
         {"a patch of five readings alone", {backing, {0.5F, 5}, backing}, true, {0.5F}},
@@ -232,8 +234,8 @@ TEST(ChartRecognition, TakesTheMeanAroundTheSteadierHalfOfThePatch)
         std::vector<std::size_t> readings; // that go into the mean
     };
     const Case cases[] = {
-        {"one quiet difference", {0.400F, 0.402F}, {0, 1}},
-        {"a single one above 0.2 is no patch", {0.400F, 0.406F}, {}},
+        {"one difference below 0.2", {0.400F, 0.4035F}, {0, 1}},
+        {"a single one above 0.2 is no patch", {0.400F, 0.404F}, {}},
         {"of two the lower", {0.400F, 0.401F, 0.404F}, {0, 1}},
         {"of three the middle", {0.400F, 0.403F, 0.404F, 0.409F}, {0, 1, 1, 2}},
         {"of four the second", {0.400F, 0.404F, 0.405F, 0.411F, 0.409F}, {1, 2, 3, 4}},

@@ -105,6 +105,8 @@ TEST(DriverCalculation, MakesTheReflectanceOfASampleFromWhiteAndDark)
     SensorData white = Data({WhiteReading(), WhiteReading()});
     EXPECT_FALSE(calculation.White(white, true, 1.0F)) << "29100 of 40000 counts";
     EXPECT_EQ(white.LoadRawData().size(), 1U);
+    white = Data({WhiteReading()});
+    EXPECT_TRUE(calculation.White(white, true, 0.7275F)) << "29100 of 29100 counts";
 
     Longs half = WhiteReading();
     for (auto& count : half)
@@ -243,6 +245,19 @@ TEST(DriverCalculation, ChecksAWhiteWithoutLosingTheOldOne)
 
     SampleOf(calculation, Flat(5000), "Emission");
     EXPECT_NE(SampleOf(calculation, Flat(5000), "Remission"), before) << "emission takes the place of white";
+}
+
+TEST(DriverCalculation, ChecksAWhiteByTheFilterOfTheInstrument)
+{
+    Longs withoutUltraviolet = WhiteReading();
+    std::fill_n(withoutUltraviolet.begin(), 8, 100);
+    for (const std::int32_t filter : {0, 129, 130, 131}) {
+        SCOPED_TRACE(filter);
+        DriverCalculation calculation = Calibrated();
+        calculation.SetProperty(Configuration::PhysicalFilter, filter);
+        EXPECT_EQ(calculation.CheckWhite(Data({WhiteReading()})), filter != 130);
+        EXPECT_EQ(calculation.CheckWhite(Data({withoutUltraviolet})), filter == 130);
+    }
 }
 
 TEST(DriverCalculation, ScalesLightByTimeAndGain)
@@ -479,6 +494,14 @@ TEST(NewIntegrationTime, FailsAtALimitOnlyIfTheWholeTargetIsBeyondIt)
     float time = 0.02F;
     EXPECT_FALSE(calculation.NewIntegrationTime(Flat(40000, time), time, 0.25F, true));
     EXPECT_EQ(time, 0.0078125F) << "0.005 s for a quarter of the level, 0.02 s for all of it";
+
+    time = 1.25F;
+    EXPECT_TRUE(calculation.NewIntegrationTime(Flat(20000, time), time, 2.0F, true));
+    EXPECT_EQ(time, 0.5F) << "5 s for twice the level, 2.5 s for the level itself; then a tenth at gain 0";
+
+    time = 0.5F;
+    EXPECT_THROW(calculation.NewIntegrationTime(Flat(0, time), time, 1.0F, true), CalculationException);
+    EXPECT_EQ(time, 40000 * 0.5F / 1.0e-15F) << "the proposal that failed stays";
 
     time = notANumber;
     EXPECT_THROW(calculation.NewIntegrationTime(Flat(40000), time, 1.0F, false), CalculationException);
