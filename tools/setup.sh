@@ -11,7 +11,7 @@ case "${1:-build}" in
     check) packages+=("${check[@]}") ;;
     tidy) packages+=("${check[@]}" clang-tidy) ;;
     coverage) packages+=("${check[@]}" gcovr) ;;
-    kernel) packages+=("${check[@]}" qemu-system-x86 busybox-static cpio) ;;
+    kernel) packages+=("${check[@]}" qemu-system-x86 busybox-static cpio xz-utils) ;;
     *) echo "setup.sh: unknown purpose $1" >&2; exit 2 ;;
 esac
 

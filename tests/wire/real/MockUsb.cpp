@@ -1,10 +1,7 @@
 #include "tests/wire/real/MockUsb.h"
 
-#include "tests/wire/Samples.h"
-
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
@@ -12,57 +9,46 @@
 #include <stdexcept>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
-#include <thread>
 #include <unistd.h>
-#include <utility>
 
 namespace {
 
-std::string NodeOf(int number)
+/// What all instruments of a test share. It goes, and its files with it, with the last of them.
+std::shared_ptr<UMockdevTestbed> SharedTestbed()
 {
-    char path[32];
-    std::snprintf(path, sizeof path, "/dev/bus/usb/001/%03d", number);
-    return path;
+    static std::weak_ptr<UMockdevTestbed> shared;
+    auto testbed = shared.lock();
+    if (!testbed)
+        shared = testbed = {umockdev_testbed_new(), g_object_unref};
+    return testbed;
 }
 
-/// Device, configuration, one interface with its endpoints; a second bulk-in endpoint stands behind the first.
-std::vector<std::uint8_t> Descriptors(const std::string& vendor, const std::string& product)
+std::string FourDigits(std::uint16_t id)
 {
-    const auto number = [](const std::string& hex) { return std::stoi(hex, nullptr, 16); };
-    const auto low = [](int value) { return static_cast<std::uint8_t>(value & 0xFF); };
-    const auto high = [](int value) { return static_cast<std::uint8_t>(value >> 8); };
-    const int v = number(vendor);
-    const int p = number(product);
-    return {18,      1,      0,
-            2,       0,      0,
-            0,       64,     low(v),
-            high(v), low(p), high(p),
-            0,       1,      0,
-            0,       0,      1, //
-            9,       2,      46,
-            0,       1,      1,
-            0,       0x80,   50, //
-            9,       4,      0,
-            0,       4,      0xFF,
-            0,       0,      0, //
-            7,       5,      MockUsb::bulkOut,
-            2,       64,     0,
-            0, //
-            7,       5,      MockUsb::bulkIn,
-            2,       64,     0,
-            0, //
-            7,       5,      0x83,
-            2,       64,     0,
-            0, //
-            7,       5,      MockUsb::interruptIn,
-            3,       8,      0,
-            10};
+    char text[8];
+    std::snprintf(text, sizeof text, "%04x", id);
+    return text;
+}
+
+usbdevfs_urb* UrbOf(std::uint64_t tag)
+{
+    return reinterpret_cast<usbdevfs_urb*>(static_cast<std::uintptr_t>(tag));
+}
+
+std::uint64_t TagOf(const usbdevfs_urb* urb)
+{
+    return reinterpret_cast<std::uintptr_t>(urb);
+}
+
+bool IsControl(const usbdevfs_urb& urb)
+{
+    return urb.type == USBDEVFS_URB_TYPE_CONTROL;
 }
 
 }
 
-MockUsb::MockUsb(UMockdevTestbed* testbed_, int number_, const char* vendor, const char* product)
-    : testbed(testbed_), number(number_), vendorId(vendor), productId(product)
+MockUsb::MockUsb(int number_, std::uint16_t vendor_, std::uint16_t product_)
+    : testbed(SharedTestbed()), number(number_ - 1), vendor(vendor_), product(product_)
 {
     Plug();
 }
@@ -72,14 +58,25 @@ MockUsb::~MockUsb()
     Unplug();
 }
 
-void MockUsb::Plug()
+std::string MockUsb::Address() const
 {
-    if (!syspath.empty())
-        ++number; // as the kernel does
+    char path[32];
+    std::snprintf(path, sizeof path, "/dev/bus/usb/001/%03d", number);
+    return path;
+}
+
+std::string MockUsb::NodeFile() const
+{
+    g_autofree gchar* root = umockdev_testbed_get_root_dir(testbed.get());
+    return root + Address();
+}
+
+void MockUsb::Appear()
+{
+    ++number; // at each plugging, as the kernel does
     // Node and handler first: an application opens a device as soon as it sees its attributes.
-    const auto path = NodeOf(number);
-    g_autofree gchar* root = umockdev_testbed_get_root_dir(testbed);
-    const auto file = std::string(root) + path;
+    const auto path = Address();
+    const auto file = NodeFile();
     std::filesystem::create_directories(std::filesystem::path(file).parent_path());
     if (mkfifo(file.c_str(), 0660) != 0)
         throw std::runtime_error("mkfifo");
@@ -88,72 +85,43 @@ void MockUsb::Plug()
         throw std::runtime_error("open of the node");
     {
         const std::lock_guard lock(guard);
-        gone = false;
+        done.clear();
+        gateOpen = true; // the pipe is empty
         UpdateGate();
     }
     handler = umockdev_ioctl_base_new();
     g_signal_connect(handler, "handle-ioctl", G_CALLBACK(HandleIoctl), this);
-    umockdev_testbed_attach_ioctl(testbed, path.c_str(), handler, nullptr);
+    umockdev_testbed_attach_ioctl(testbed.get(), path.c_str(), handler, nullptr);
 
     const auto text = std::to_string(number);
     const auto name = "1-" + text;
-    const gchar* attributes[] = {"busnum", "1",  "devnum",   text.c_str(),     "bConfigurationValue", "1",
-                                 "speed",  "12", "idVendor", vendorId.c_str(), "idProduct",           productId.c_str(),
-                                 nullptr};
+    const auto vendorId = FourDigits(vendor);
+    const auto productId = FourDigits(product);
+    const gchar* attributes[] = {
+        "busnum", "1",        "devnum",         text.c_str(), "bConfigurationValue", "1",    "speed",
+        "480",    "idVendor", vendorId.c_str(), "idProduct",  productId.c_str(),     nullptr};
     const gchar* properties[] = {"DEVNAME", path.c_str(), "DEVTYPE",    "usb_device", "BUSNUM",
                                  "001",     "DEVNUM",     text.c_str(), nullptr};
     g_autofree gchar* added = umockdev_testbed_add_devicev(
-        testbed, "usb", name.c_str(), nullptr, const_cast<gchar**>(attributes), const_cast<gchar**>(properties));
+        testbed.get(), "usb", name.c_str(), nullptr, const_cast<gchar**>(attributes), const_cast<gchar**>(properties));
     syspath = added;
-    auto blob = Descriptors(vendorId, productId);
-    umockdev_testbed_set_attribute_binary(testbed, syspath.c_str(), "descriptors", blob.data(),
+    auto blob = Descriptors(vendor, product);
+    umockdev_testbed_set_attribute_binary(testbed.get(), syspath.c_str(), "descriptors", blob.data(),
                                           static_cast<gint>(blob.size()));
-    umockdev_testbed_uevent(testbed, syspath.c_str(), "add");
+    umockdev_testbed_uevent(testbed.get(), syspath.c_str(), "add");
 }
 
-void MockUsb::Unplug()
+void MockUsb::Disappear()
 {
     {
         const std::lock_guard lock(guard);
-        if (gone)
-            return;
-        gone = true;
-        for (auto* urb : std::exchange(held, {}))
-            Complete(urb, -ESHUTDOWN, 0);
         UpdateGate();
     }
-    umockdev_testbed_uevent(testbed, syspath.c_str(), "remove");
-    umockdev_testbed_remove_device(testbed, syspath.c_str());
+    umockdev_testbed_uevent(testbed.get(), syspath.c_str(), "remove");
+    umockdev_testbed_remove_device(testbed.get(), syspath.c_str());
     // Whoever still has the node open goes on to ask, and is told that there is no device.
-    g_autofree gchar* root = umockdev_testbed_get_root_dir(testbed);
-    std::filesystem::remove(std::string(root) + NodeOf(number));
+    std::filesystem::remove(NodeFile());
     close(node);
-}
-
-void MockUsb::Press()
-{
-    const std::lock_guard lock(guard);
-    ++presses;
-    const auto waiting = std::ranges::find(held, interruptIn, &usbdevfs_urb::endpoint);
-    if (waiting != held.end()) {
-        auto* urb = *waiting;
-        held.erase(waiting);
-        Serve(urb);
-    }
-    UpdateGate();
-}
-
-bool MockUsb::AwaitHeld(std::uint8_t endpoint)
-{
-    for (int i = 0; i < 200; ++i) {
-        {
-            const std::lock_guard lock(guard);
-            if (std::ranges::find(held, endpoint, &usbdevfs_urb::endpoint) != held.end())
-                return true;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return false;
 }
 
 gboolean MockUsb::HandleIoctl(UMockdevIoctlBase*, UMockdevIoctlClient* client, gpointer self)
@@ -169,123 +137,88 @@ void MockUsb::Answer(UMockdevIoctlClient* client)
     UMockdevIoctlData* const data = umockdev_ioctl_client_get_arg(client);
     void* argument = nullptr;
     std::memcpy(&argument, data->data, sizeof argument);
-    long result = 0;
-    switch (umockdev_ioctl_client_get_request(client)) {
-    case USBDEVFS_GET_CAPABILITIES:
-        *static_cast<std::uint32_t*>(argument) =
-            USBDEVFS_CAP_ZERO_PACKET | USBDEVFS_CAP_NO_PACKET_SIZE_LIM | USBDEVFS_CAP_REAP_AFTER_DISCONNECT;
-        break;
-    case USBDEVFS_CLAIMINTERFACE:
-        result = gone ? -ENODEV : -claimError;
-        break;
-    case USBDEVFS_RELEASEINTERFACE:
-    case USBDEVFS_SETINTERFACE:
-    case USBDEVFS_RESET:
-        result = gone ? -ENODEV : 0;
-        break;
-    case USBDEVFS_CLEAR_HALT:
-        ++clearedHalts;
-        break;
-    case USBDEVFS_GETDRIVER:
-        result = -ENODATA;
-        break;
-    case USBDEVFS_SUBMITURB:
-        result = Submit(static_cast<usbdevfs_urb*>(argument));
-        break;
-    case USBDEVFS_DISCARDURB:
-        result = Discard(static_cast<usbdevfs_urb*>(argument));
-        break;
-    case USBDEVFS_REAPURBNDELAY:
-    case USBDEVFS_REAPURB:
-        result = Reap(static_cast<usbdevfs_urb**>(argument));
-        break;
-    default:
-        result = -ENOTTY;
-    }
+    const long result = Perform(umockdev_ioctl_client_get_request(client), argument);
     UpdateGate();
     umockdev_ioctl_client_complete(client, result < 0 ? -1 : result, static_cast<int>(result < 0 ? -result : 0));
 }
 
-long MockUsb::Submit(usbdevfs_urb* urb)
+/// @return as the kernel: a negative error on failure
+long MockUsb::Perform(unsigned long request, void* argument)
 {
-    if (gone)
+    switch (request) {
+    case USBDEVFS_GET_CAPABILITIES:
+        *static_cast<std::uint32_t*>(argument) =
+            USBDEVFS_CAP_ZERO_PACKET | USBDEVFS_CAP_NO_PACKET_SIZE_LIM | USBDEVFS_CAP_REAP_AFTER_DISCONNECT;
+        return 0;
+    case USBDEVFS_CLAIMINTERFACE:
+        return Open();
+    case USBDEVFS_RELEASEINTERFACE:
+        Close();
+        [[fallthrough]];
+    case USBDEVFS_SETINTERFACE:
+    case USBDEVFS_RESET:
+        return IsPlugged() ? 0 : -ENODEV;
+    case USBDEVFS_CLEAR_HALT:
+        ++clearedHalts;
+        return 0;
+    case USBDEVFS_GETDRIVER:
+        return -ENODATA;
+    case USBDEVFS_SUBMITURB:
+        return Accept(static_cast<usbdevfs_urb*>(argument));
+    case USBDEVFS_DISCARDURB:
+        return Discard(static_cast<usbdevfs_urb*>(argument));
+    case USBDEVFS_REAPURBNDELAY:
+    case USBDEVFS_REAPURB:
+        return Reap(static_cast<usbdevfs_urb**>(argument));
+    default:
+        return -ENOTTY;
+    }
+}
+
+long MockUsb::Accept(usbdevfs_urb* urb)
+{
+    if (!IsPlugged())
         return -ENODEV;
-    Serve(urb);
+    const std::span bytes(static_cast<const std::uint8_t*>(urb->buffer), static_cast<std::size_t>(urb->buffer_length));
+    Setup setup{};
+    if (IsControl(*urb))
+        std::ranges::copy(bytes.first(setup.size()), setup.begin());
+    Submit(TagOf(urb), IsControl(*urb) ? std::uint8_t{0} : urb->endpoint, setup,
+           bytes.subspan(IsControl(*urb) ? setup.size() : 0));
     return 0;
 }
 
 long MockUsb::Discard(usbdevfs_urb* urb)
 {
-    const auto found = std::ranges::find(held, urb);
-    if (found == held.end())
+    if (!Cancel(TagOf(urb)))
         return -EINVAL;
-    held.erase(found);
-    Complete(urb, -ENOENT, 0);
+    Ended(TagOf(urb), -ENOENT, 0, {});
     return 0;
 }
 
 long MockUsb::Reap(usbdevfs_urb** reaped)
 {
     if (done.empty())
-        return gone ? -ENODEV : -EAGAIN;
+        return IsPlugged() ? -EAGAIN : -ENODEV;
     *reaped = done.front();
     done.pop_front();
     return 0;
 }
 
-void MockUsb::Serve(usbdevfs_urb* urb)
+void MockUsb::Ended(Tag tag, int status, std::size_t moved, std::span<const std::uint8_t> data)
 {
-    const auto endpoint = urb->type == USBDEVFS_URB_TYPE_CONTROL ? std::uint8_t{0} : urb->endpoint;
-    const bool waitsForPress = endpoint == interruptIn && presses == 0;
-    switch (waitsForPress ? Behaviour::hold : behaviours[endpoint]) {
-    case Behaviour::hold:
-        held.push_back(urb);
-        return;
-    case Behaviour::stall:
-        Complete(urb, -EPIPE, 0);
-        return;
-    case Behaviour::fail:
-        Complete(urb, -EPROTO, 0);
-        return;
-    case Behaviour::answer:
-        const int moved = Move(urb);
-        Complete(urb, std::min(moved, 0), std::max(moved, 0));
-    }
-}
-
-/// @return bytes moved, or a negative error
-int MockUsb::Move(usbdevfs_urb* urb)
-{
-    auto* const buffer = static_cast<std::uint8_t*>(urb->buffer);
-    if (urb->type == USBDEVFS_URB_TYPE_CONTROL) {
-        setups.push_back(Hex(std::span(buffer, 8)));
-        return control(buffer, buffer + 8);
-    }
-    if (urb->endpoint == bulkOut) {
-        written.insert(written.end(), buffer, buffer + urb->buffer_length);
-        return urb->buffer_length;
-    }
-    if (urb->endpoint == interruptIn) {
-        --presses;
-        return 8;
-    }
-    const auto size = std::min(static_cast<std::size_t>(urb->buffer_length), stream.size());
-    std::copy_n(stream.begin(), size, buffer);
-    stream.erase(stream.begin(), stream.begin() + static_cast<std::ptrdiff_t>(size));
-    return static_cast<int>(size);
-}
-
-void MockUsb::Complete(usbdevfs_urb* urb, int status, int moved)
-{
+    auto* const urb = UrbOf(tag);
+    std::ranges::copy(data, static_cast<std::uint8_t*>(urb->buffer) + (IsControl(*urb) ? sizeof(Setup) : 0));
     urb->status = status;
-    urb->actual_length = moved;
+    urb->actual_length = static_cast<int>(moved);
     done.push_back(urb);
+    UpdateGate();
 }
 
 /// Empty: there is something to reap, or the device has gone. One byte: nothing to reap.
 void MockUsb::UpdateGate()
 {
-    const bool open = gone || !done.empty();
+    const bool open = !IsPlugged() || !done.empty();
     if (open == gateOpen)
         return;
     gateOpen = open;
