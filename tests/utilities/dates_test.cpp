@@ -110,9 +110,16 @@ TEST(Timing, TellsTheTimeAndTheDifference)
 {
     const auto timing = Timing::Instance();
     const Zone zone("XYZ-5");
-    const std::int32_t before = timing->GetActualTimeStamp();
+    const auto wallClock = [] {
+        using namespace std::chrono;
+        return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
+    };
+    const std::int64_t before = wallClock();
     TimeRecord now = timing->GetActualTime();
-    EXPECT_GE(now.timeStamp, before);
+    const std::int64_t told = std::int64_t{now.timeStamp} * 1000 + now.milliseconds;
+    EXPECT_LE(before, told);
+    EXPECT_LE(told, wallClock());
+    EXPECT_GE(timing->GetActualTimeStamp(), now.timeStamp);
     const std::time_t moment = now.timeStamp;
     std::tm parts{};
     ::localtime_r(&moment, &parts);

@@ -66,6 +66,20 @@ struct BrokenQueue : Platform::Semaphore {
     bool isReleasable;
 };
 
+/// An event that counts how often it is set.
+struct CountedEvent : Platform::Event {
+    explicit CountedEvent(std::atomic<int>& sets_) : sets(sets_) { }
+    void Set() override
+    {
+        ++sets;
+        event->Set();
+    }
+    bool Wait(std::optional<std::int64_t> limitMs) override { return event->Wait(limitMs); }
+
+    std::atomic<int>& sets;
+    const std::unique_ptr<Platform::Event> event = Platform::Event::Make();
+};
+
 struct BrokenEvent : Platform::Event {
     void Set() override { }
     bool Wait(std::optional<std::int64_t>) override { return false; }
@@ -272,6 +286,38 @@ TEST(Condition, WakesAllWaitersByABroadcastAndOneByASignal)
     }
     for (const auto& thread : threads)
         thread->Join();
+}
+
+TEST(Condition, LetsTheLastWaiterOfABroadcastAloneTellThatAllAreAwake)
+{
+    Mutex mutex(localName);
+    std::atomic<int> sets = 0;
+    ConditionImpl condition(mutex, Platform::Semaphore::Make("", 0, 100), std::make_unique<CountedEvent>(sets));
+    const auto wake = [&](int count, void (ConditionImpl::*operation)()) {
+        int waiting = 0;
+        Task task = [&] {
+            const ScopedLock lock(mutex);
+            ++waiting;
+            condition.Wait();
+        };
+        std::vector<std::unique_ptr<Thread>> threads;
+        for (int i = 0; i < count; ++i)
+            threads.push_back(std::make_unique<Thread>(RunTask, &task));
+        for (bool allWait = false; !allWait;) {
+            const ScopedLock lock(mutex);
+            allWait = waiting == count;
+            if (allWait)
+                (condition.*operation)();
+        }
+        for (const auto& thread : threads)
+            thread->Join();
+    };
+    wake(3, &ConditionImpl::Broadcast);
+    EXPECT_EQ(1, sets);
+    wake(1, &ConditionImpl::Signal);
+    EXPECT_EQ(1, sets) << "a signal is no broadcast, after one either";
+    wake(2, &ConditionImpl::Broadcast);
+    EXPECT_EQ(2, sets);
 }
 
 TEST(Condition, PassesItemsBetweenTwoThreads)
