@@ -51,7 +51,7 @@ bench: ## run the benchmarks
 	@tools/setup.sh check
 	cmake --preset release
 	cmake --build build/release
-	for program in $$(find build/release/benchmarks -type f -perm -u+x -name '*_benchmark'); do $$program; done
+	for program in $$(find build/release/benchmarks -maxdepth 2 -type f -perm -u+x); do $$program; done
 
 color-digest: ## the bits of colorimetry are the same with g++ and clang, optimised or not
 	@tools/setup.sh check
