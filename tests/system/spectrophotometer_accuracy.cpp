@@ -2,7 +2,7 @@
 // noise of a sensor, and light sources.
 
 #include "DeltaE2000.h"
-#include "SpectrophotometerBench.h"
+#include "SystemBench.h"
 
 #include <algorithm>
 #include <cmath>
@@ -62,7 +62,7 @@ std::vector<Lab> LabOf(const std::vector<Spectrum>& spectra)
     return colors;
 }
 
-class SpectrophotometerAccuracy : public SpectrophotometerBench {
+class SpectrophotometerAccuracy : public SystemBench {
 protected:
     void SetUp() override
     {

@@ -1,7 +1,7 @@
 // Every kind of failure as the application sees it: the code, the text, the call of its handler, the array that it
 // gave; and keys, values, indices and arrays that mean no good.
 
-#include "SpectrophotometerBench.h"
+#include "SystemBench.h"
 
 #include <functional>
 
@@ -24,7 +24,7 @@ struct Failure {
     std::string text;
 };
 
-class SpectrophotometerFailures : public SpectrophotometerBench {
+class SpectrophotometerFailures : public SystemBench {
 protected:
     /// The call fails as it should: the code it returns, the call of the handler, the texts.
     static void ExpectFailure(const Failure& failure)

@@ -1,7 +1,7 @@
 // Every passing of a point between library and instrument fails in turn, once and for good, during a whole session of
 // an application: each call returns a documented code, the library goes on, and nothing stays open.
 
-#include "SpectrophotometerBench.h"
+#include "SystemBench.h"
 
 #include <algorithm>
 
@@ -21,7 +21,7 @@ constexpr std::uint32_t stride = 1;
 constexpr std::uint32_t stride = 1;
 #endif
 
-class SpectrophotometerFaults : public SpectrophotometerBench {
+class SpectrophotometerFaults : public SystemBench {
 protected:
     void MeasureIn(const char* mode, const char* whiteOrDark, const char* position, bool adaptive)
     {

@@ -1,7 +1,7 @@
 // The life of an application with its instrument: modes side by side, a restart, a pulled cable, two instruments, a
 // reset of everything at any moment, and handlers that are slow, throw, or call back.
 
-#include "SpectrophotometerBench.h"
+#include "SystemBench.h"
 
 #include <atomic>
 #include <chrono>
@@ -31,7 +31,7 @@ Spectrum ReadSpectrum(std::int32_t index = 0)
     return spectrum;
 }
 
-class SpectrophotometerSession : public SpectrophotometerBench {
+class SpectrophotometerSession : public SystemBench {
 protected:
     void SetUp() override { Plug(); }
 
@@ -385,6 +385,7 @@ TEST_F(SpectrophotometerSession, ASlowHandlerHoldsUpNothingButMessages)
         ASSERT_EQ(oxv_press(device), OXV_OK);
         ASSERT_EQ(oxv_settle(10000), OXV_OK);
     }
+    ASSERT_TRUE(Handler::Called(1));
     CalibrateIn("SingleReflectance");
     EXPECT_OK(OX_KeyPressed());
     EXPECT_EQ(handlerCalls, 1);

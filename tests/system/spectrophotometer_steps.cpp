@@ -1,7 +1,7 @@
 // What the instrument is told, and what is waited for, in each mode: the order of darks, whites and samples, their
 // readings and times, also when something fails in the middle.
 
-#include "SpectrophotometerBench.h"
+#include "SystemBench.h"
 
 using testing::ElementsAre;
 
@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::int64_t threeSeconds = 3'000'000;
 
-class SpectrophotometerSteps : public SpectrophotometerBench {
+class SpectrophotometerSteps : public SystemBench {
 protected:
     void SetUp() override { Plug(); }
 

@@ -181,6 +181,13 @@ std::int32_t SDKProxy::GetLastCalibrationCounter()
     return lexical_cast<std::int32_t>(GetOptions()[Key::LastCalibrationCounter]);
 }
 
+void SDKProxy::CountMeasurement()
+{
+    std::string& counter = GetOptions()[Key::LastCalibrationCounter];
+    const auto count = static_cast<std::uint32_t>(lexical_cast<std::int32_t>(counter));
+    counter = lexical_cast<std::string>(static_cast<std::int32_t>(count + 1));
+}
+
 ColorMetryProvider& SDKProxy::GetColorMetryProvider()
 {
     return CurrentModeState().provider;

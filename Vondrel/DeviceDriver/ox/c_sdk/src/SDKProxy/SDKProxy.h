@@ -83,6 +83,10 @@ protected:
     /// The state of the current mode; a new one at its first use.
     ModeState& CurrentModeState();
 
+    /// Raises the number of measurements since the last calibration of the current mode; modulo 2 to the 32nd, since an
+    /// application may have set it to any number.
+    void CountMeasurement();
+
     static bool IsColorimetricKey(const std::string& key);
 
 private:

@@ -105,11 +105,8 @@ try {
     const auto measured = Device().TriggerMeasurement();
     const auto recognition = CurrentModeState().recognition;
     const bool succeeded = recognition->Execute(measured, recognized);
-    ModeState& state = CurrentModeState();
-    state.cache = recognized;
-    std::string& counter = state.options[Key::LastCalibrationCounter];
-    // An application may have set the counter to any number.
-    counter = lexical_cast<std::string>(Difference(lexical_cast<std::int32_t>(counter), -1));
+    CurrentModeState().cache = recognized;
+    CountMeasurement();
     if (!succeeded)
         SetLastError(SDKError(OX_RecognitionFailed, "strip recognition failed", ""));
 }

@@ -124,8 +124,7 @@ try {
         const auto sample = open.TriggerMeasurement(screen, intensity);
         CurrentModeState().cache = sample;
     });
-    std::string& counter = GetOptions()[Key::LastCalibrationCounter];
-    counter = lexical_cast<std::string>(lexical_cast<std::int32_t>(counter) + 1);
+    CountMeasurement();
 }
 TRACE_GUARD("ZelkovaSDKProxy", "TriggerMeasurement")
 

@@ -33,10 +33,10 @@ struct Message {
 };
 
 /// An application before the virtual bench: the library has just been started, handlers that write down are registered.
-class SpectrophotometerBench : public testing::Test {
+class SystemBench : public testing::Test {
 protected:
-    SpectrophotometerBench();
-    ~SpectrophotometerBench() override;
+    SystemBench();
+    ~SystemBench() override;
 
     /// Puts a spectrophotometer on the bench and registers the handlers.
     void Plug();

@@ -1,4 +1,4 @@
-#include "SpectrophotometerBench.h"
+#include "SystemBench.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -82,7 +82,7 @@ OX_Result Set(const char* key, const char* value)
     return OX_SetOption(key, value);
 }
 
-SpectrophotometerBench::SpectrophotometerBench()
+SystemBench::SystemBench()
 {
     OX_SetOption("Reset", "All");
     oxv_reset();
@@ -90,72 +90,72 @@ SpectrophotometerBench::SpectrophotometerBench()
     TakeMessages();
 }
 
-SpectrophotometerBench::~SpectrophotometerBench()
+SystemBench::~SystemBench()
 {
     OX_SetOption("Reset", "All");
     oxv_reset();
 }
 
-void SpectrophotometerBench::Plug()
+void SystemBench::Plug()
 {
     device = oxv_attach("spectrophotometer", "usb");
     ASSERT_GT(device, 0) << oxv_last_error();
     RegisterHandlers();
 }
 
-void SpectrophotometerBench::Restart()
+void SystemBench::Restart()
 {
     ASSERT_EQ(OX_SetOption("Reset", "All"), OX_NoError);
     RegisterHandlers();
 }
 
-void SpectrophotometerBench::RegisterHandlers()
+void SystemBench::RegisterHandlers()
 {
     OX_RegisterErrorHandler(OnError);
     OX_RegisterDeviceMessageHandler(OnMessage);
 }
 
-std::vector<Report> SpectrophotometerBench::TakeReports()
+std::vector<Report> SystemBench::TakeReports()
 {
     return std::exchange(reports, {});
 }
 
-std::int32_t SpectrophotometerBench::LastCode()
+std::int32_t SystemBench::LastCode()
 {
     return reports.empty() ? OX_NoError : reports.back().code;
 }
 
-std::vector<Message> SpectrophotometerBench::TakeMessages()
+std::vector<Message> SystemBench::TakeMessages()
 {
     const std::lock_guard lock(guard);
     return std::exchange(messages, {});
 }
 
-bool SpectrophotometerBench::AwaitMessages(std::size_t count)
+bool SystemBench::AwaitMessages(std::size_t count)
 {
     std::unique_lock lock(guard);
     return messageCame.wait_for(lock, std::chrono::seconds(30), [count] { return messages.size() >= count; });
 }
 
-void SpectrophotometerBench::Show(oxv_device shown, const std::string& position)
+void SystemBench::Show(oxv_device shown, const std::string& position)
 {
     ASSERT_EQ(oxv_set_text(shown, "position", position.c_str()), OXV_OK) << oxv_last_error();
 }
 
-void SpectrophotometerBench::ShowSample(const Spectrum& reflectance) const
+void SystemBench::ShowSample(const Spectrum& reflectance) const
 {
     ASSERT_EQ(oxv_set_curve(device, "sample", reflectance.data(), reflectance.size(), 380, 10), OXV_OK);
     Show("sample");
 }
 
-void SpectrophotometerBench::CalibrateIn(const std::string& mode) const
+void SystemBench::CalibrateIn(const std::string& mode) const
 {
     ASSERT_OK(Set("MeasurementMode", mode.c_str()));
     Show(mode.find("Reflectance") != std::string::npos ? "tile" : "dark");
     ASSERT_OK(OX_Calibrate());
 }
 
-std::vector<std::string> SpectrophotometerBench::Trace(oxv_device traced)
+std::vector<std::string> SystemBench::Trace(oxv_device traced)
 {
     std::string text(static_cast<std::size_t>(oxv_trace(traced, "", nullptr, 0)) + 1, '\0');
     oxv_trace(traced, "", text.data(), text.size());
@@ -167,7 +167,7 @@ std::vector<std::string> SpectrophotometerBench::Trace(oxv_device traced)
     return lines;
 }
 
-std::vector<std::string> SpectrophotometerBench::MeasuringSteps() const
+std::vector<std::string> SystemBench::MeasuringSteps() const
 {
     std::vector<std::string> steps;
     Parameters parameters;
