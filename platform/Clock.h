@@ -14,6 +14,9 @@ std::int64_t NowMicroseconds() noexcept;
 /// A clock that never steps back, microseconds since an arbitrary start.
 std::int64_t MonotonicMicroseconds() noexcept;
 
+/// Real time that never steps back, microseconds since an arbitrary start: on the bench too, whatever its clock says.
+std::int64_t RealMicroseconds() noexcept;
+
 /// Blocks the calling thread; zero and negative times return at once.
 void SleepMicroseconds(std::int64_t microseconds) noexcept;
 

@@ -22,6 +22,13 @@ locale_t ClassicLocale()
 
 }
 
+std::int64_t RealMicroseconds() noexcept
+{
+    timespec now{};
+    ::clock_gettime(CLOCK_MONOTONIC, &now);
+    return std::int64_t(1'000'000) * now.tv_sec + now.tv_nsec / 1000;
+}
+
 bool ToLocalTime(std::int64_t seconds, CalendarTime& local) noexcept
 {
     const std::time_t moment = seconds;

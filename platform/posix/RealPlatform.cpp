@@ -20,23 +20,18 @@ namespace {
 
 constexpr std::int64_t million = 1'000'000;
 
-std::int64_t Microseconds(clockid_t clock)
-{
-    timespec now{};
-    ::clock_gettime(clock, &now);
-    return now.tv_sec * million + now.tv_nsec / 1000;
-}
-
 }
 
 std::int64_t NowMicroseconds() noexcept
 {
-    return Microseconds(CLOCK_REALTIME);
+    timespec now{};
+    ::clock_gettime(CLOCK_REALTIME, &now);
+    return now.tv_sec * million + now.tv_nsec / 1000;
 }
 
 std::int64_t MonotonicMicroseconds() noexcept
 {
-    return Microseconds(CLOCK_MONOTONIC);
+    return RealMicroseconds();
 }
 
 void SleepMicroseconds(std::int64_t microseconds) noexcept

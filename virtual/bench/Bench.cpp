@@ -1,5 +1,6 @@
 #include "virtual/bench/Bench.h"
 
+#include "platform/Clock.h"
 #include "platform/Event.h"
 #include "platform/Semaphore.h"
 #include "platform/Threading.h"
@@ -11,7 +12,6 @@
 #include <algorithm>
 #include <atomic>
 #include <charconv>
-#include <chrono>
 #include <tuple>
 #include <utility>
 
@@ -24,12 +24,6 @@ constexpr std::int64_t mostRealMillisecondsOfASleep = 3000; // that a sleep spen
 constexpr int usbPlaces = 127;
 constexpr int serialPorts = 8;
 constexpr std::string_view colorimeterPrefix = "colorimeter-";
-
-std::int64_t RealMicroseconds()
-{
-    const auto since = std::chrono::steady_clock::now().time_since_epoch();
-    return std::chrono::duration_cast<std::chrono::microseconds>(since).count();
-}
 
 std::int64_t RealMillisecondsUntil(Moment now, Moment moment)
 {
@@ -226,7 +220,7 @@ void Bench::TraceEverywhere(const std::string& line)
 
 Moment Bench::Now() const
 {
-    return real ? monotonic + (RealMicroseconds() - realSince) : monotonic;
+    return real ? monotonic + (Platform::RealMicroseconds() - realSince) : monotonic;
 }
 
 std::int64_t Bench::WallClock() const
@@ -237,7 +231,7 @@ std::int64_t Bench::WallClock() const
 void Bench::SetClockReal(bool on)
 {
     monotonic = Now();
-    realSince = RealMicroseconds();
+    realSince = Platform::RealMicroseconds();
     real = on;
     Changed();
 }
@@ -300,9 +294,9 @@ bool Bench::IsSettled() const
 
 bool Bench::Settle(BenchLock& lock, std::int64_t realMilliseconds)
 {
-    const std::int64_t start = RealMicroseconds();
+    const std::int64_t start = Platform::RealMicroseconds();
     while (!IsSettled()) {
-        const std::int64_t left = realMilliseconds - (RealMicroseconds() - start) / 1000;
+        const std::int64_t left = realMilliseconds - (Platform::RealMicroseconds() - start) / 1000;
         if (left <= 0)
             return false;
         Block(lock, left);
