@@ -237,14 +237,14 @@ std::vector<std::uint8_t> WiredInstrument::Descriptors(std::uint16_t vendor, std
 {
     const auto low = [](int value) { return static_cast<std::uint8_t>(value & 0xFF); };
     const auto high = [](int value) { return static_cast<std::uint8_t>(value >> 8); };
-    std::vector<std::uint8_t> all;
-    const auto append = [&](std::initializer_list<std::uint8_t> bytes) { all.insert(all.end(), bytes); };
-    append({18, 1, 0, 2, 0, 0, 0, 64, low(vendor), high(vendor), low(product), high(product), 0, 1, 0, 0, 0, 1});
-    append({9, 2, 46, 0, 1, 1, 0, 0x80, 50});
-    append({9, 4, 0, 0, 4, 0xFF, 0, 0, 0});
-    append({7, 5, bulkOut, 2, low(512), high(512), 0});
-    append({7, 5, bulkIn, 2, low(512), high(512), 0});
-    append({7, 5, 0x83, 2, low(512), high(512), 0});
-    append({7, 5, interruptIn, 3, 8, 0, 4});
-    return all;
+    return {
+        18, 1, 0,           2, 0,        0,         0, 64,   low(vendor), high(vendor), low(product), high(product),
+        0,  1, 0,           0, 0,        1,                      //
+        9,  2, 46,          0, 1,        1,         0, 0x80, 50, //
+        9,  4, 0,           0, 4,        0xFF,      0, 0,    0,  //
+        7,  5, bulkOut,     2, low(512), high(512), 0,           //
+        7,  5, bulkIn,      2, low(512), high(512), 0,           //
+        7,  5, 0x83,        2, low(512), high(512), 0,           //
+        7,  5, interruptIn, 3, 8,        0,         4,           //
+    };
 }
