@@ -22,11 +22,11 @@ constexpr int port = 0;
 constexpr int deviceId = 65538; // bus 1, device 2 of the sender, which the kernel only repeats
 constexpr int highSpeed = 3;
 
-enum Command : std::uint32_t { submit = 1, unlink_ = 2, submitReply = 3, unlinkReply = 4 };
+enum Command : std::uint32_t { submission = 1, unlinking = 2, submissionReply = 3, unlinkingReply = 4 };
 
 constexpr std::size_t mostBytes = 1 << 20;
 
-/// @return how often it was tried until it held; throws after ten seconds
+/// Throws if the condition does not come to hold within ten seconds.
 template<typename Condition>
 void Await(const char* what, Condition&& condition)
 {
@@ -121,13 +121,13 @@ void KernelUsb::Appear()
         throw std::runtime_error("socketpair");
     line = ends[0];
     server = std::thread([this] { Serve(); });
-    Await("for the port", [&] {
+    Await("the port", [&] {
         std::ofstream attach(std::string(controller) + "attach");
         attach << port << ' ' << ends[1] << ' ' << deviceId << ' ' << highSpeed << std::flush;
         return attach.good();
     });
     close(ends[1]);
-    Await("for the device", [&] { return !(address = FindNode()).empty(); });
+    Await("the device", [&] { return !(address = FindNode()).empty(); });
 }
 
 /// To the kernel it looks as if the other side had vanished.
@@ -136,7 +136,7 @@ void KernelUsb::Disappear()
     shutdown(line, SHUT_RDWR);
     server.join();
     close(line);
-    Await("for the removal", [&] { return !std::filesystem::exists(address); });
+    Await("the removal", [&] { return !std::filesystem::exists(address); });
 }
 
 void KernelUsb::Serve()
@@ -145,11 +145,11 @@ void KernelUsb::Serve()
     std::vector<std::uint8_t> sent;
     while (ReadAll(line, header.data(), header.size())) {
         const auto message = Message::Unpacked(header);
-        if (message.command == unlink_) {
+        if (message.command == unlinking) {
             TakeUnlink(message);
             continue;
         }
-        if (message.command != submit || message.words[1] > mostBytes)
+        if (message.command != submission || message.words[1] > mostBytes)
             break;
         sent.assign(message.words[1], 0);
         if (message.inwards == 0 && !ReadAll(line, sent.data(), sent.size()))
@@ -174,7 +174,7 @@ void KernelUsb::TakeUnlink(const Message& message)
 {
     const std::lock_guard lock(guard);
     const bool givenUp = Cancel(message.words[0]);
-    Send({.command = unlinkReply,
+    Send({.command = unlinkingReply,
           .number = message.number,
           .words = {static_cast<std::uint32_t>(givenUp ? -ECONNRESET : 0)}});
 }
@@ -183,7 +183,7 @@ void KernelUsb::Ended(Tag tag, int status, std::size_t moved, std::span<const st
 {
     if (!IsPlugged())
         return; // nothing comes through a cable that was pulled
-    Send({.command = submitReply,
+    Send({.command = submissionReply,
           .number = static_cast<std::uint32_t>(tag),
           .words = {static_cast<std::uint32_t>(status), static_cast<std::uint32_t>(moved)}},
          data);

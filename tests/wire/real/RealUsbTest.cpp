@@ -157,6 +157,18 @@ TEST_F(RealUsb, TellsOfTheButton)
     EXPECT_THAT(recorder.Await(2), ElementsAre(20011, 20011));
 }
 
+constexpr const char* deadControl = "IOException: Device IO control failed:  (Win32 Error (19) : no such device)";
+
+TEST_F(RealUsb, TellsOfACableThatIsPulledAtRest)
+{
+    Recorder recorder;
+    BrindleLowLevelDriver driver(&recorder, 0);
+    ASSERT_TRUE(instrument->AwaitHeld(WiredInstrument::interruptIn));
+    instrument->Unplug();
+    EXPECT_THAT(recorder.Await(1), ElementsAre(20010));
+    EXPECT_EQ(Measure(driver), deadControl);
+}
+
 TEST_F(RealUsb, SurvivesAPulledCableInEachKindOfTransfer)
 {
     enum class During { spot, scan, store };
@@ -167,7 +179,6 @@ TEST_F(RealUsb, SurvivesAPulledCableInEachKindOfTransfer)
         std::uint8_t endpoint;
         const char* thrown;
     };
-    constexpr const char* deadControl = "IOException: Device IO control failed:  (Win32 Error (19) : no such device)";
     const Case cases[] = {
         {"control", During::spot, "control", 0, deadControl},
         {"read, whose repetition finds no instrument", During::spot, "bulk-read", WiredInstrument::bulkIn, deadControl},
