@@ -211,10 +211,10 @@ void WiredInstrument::Run()
 void WiredInstrument::EndWhatIsDue()
 {
     const auto now = Now();
-    const auto rest = std::ranges::stable_partition(
-        inFlight, [&](const InFlight& one) { return UsbPort::IsComplete(*one.transfer, now); });
-    const std::vector<InFlight> due(inFlight.begin(), rest.begin());
-    inFlight.erase(inFlight.begin(), rest.begin());
+    const auto rest = std::stable_partition(
+        inFlight.begin(), inFlight.end(), [&](const InFlight& one) { return UsbPort::IsComplete(*one.transfer, now); });
+    const std::vector<InFlight> due(inFlight.begin(), rest);
+    inFlight.erase(inFlight.begin(), rest);
     for (const auto& [tag, endpoint, transfer] : due) {
         instrument.Port().Reap(*transfer);
         const bool inwards = endpoint == 0 ? transfer->setup.fromDevice : (endpoint & 0x80) != 0;
