@@ -50,7 +50,8 @@ check_build() {
         count 1
         return
     fi
-    step "build $preset" cmake --build "build/$preset" --target "$target"
+    step "build $preset libraries" cmake --build "build/$preset" --target orvex orvex-virtual &&
+        step "build $preset tests" cmake --build "build/$preset" --target "$target"
     local status=$?
     count $status
     [ $status -eq 0 ] || return
