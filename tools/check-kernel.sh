@@ -18,7 +18,7 @@ package=$(apt-cache depends linux-image-amd64 | sed -n 's/^ *Depends: \(linux-im
 [ -n "$package" ] || { echo "check-kernel: apt knows no kernel; run apt-get update" >&2; exit 1; }
 unpacked=$work/$package
 if [ ! -f "$unpacked/vmlinux" ]; then
-    rm -rf "$unpacked" "$work/download"
+    rm -rf "$work"/linux-image-* "$work/download"
     mkdir -p "$unpacked" "$work/download"
     (cd "$work/download" && apt-get download -q "$package" >../download.log 2>&1) \
         || { cat "$work/download.log" >&2; exit 1; }
@@ -26,9 +26,9 @@ if [ ! -f "$unpacked/vmlinux" ]; then
     rm -rf "$work/download"
     # Uncompressed it boots much faster: the emulated machine is slow at unpacking.
     image=$(echo "$unpacked"/boot/vmlinuz-*)
-    start=$(LC_ALL=C grep -aobP '\xfd7zXZ\x00' "$image" | head -n 1 | cut -d: -f1)
+    start=$(LC_ALL=C grep -m 1 -aobP '\xfd7zXZ\x00' "$image" | head -n 1 | cut -d: -f1)
     [ -n "$start" ] || { echo "check-kernel: $image is not packed with xz" >&2; exit 1; }
-    tail -c +$((start + 1)) "$image" | xz -dc --single-stream >"$unpacked/vmlinux.part" 2>/dev/null || true
+    xz -dc --single-stream < <(tail -c +$((start + 1)) "$image" 2>/dev/null) >"$unpacked/vmlinux.part"
     readelf -h "$unpacked/vmlinux.part" >/dev/null
     mv "$unpacked/vmlinux.part" "$unpacked/vmlinux"
 fi
