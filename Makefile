@@ -65,10 +65,11 @@ check-kernel: ## the USB transport on a real kernel's usbfs, in an emulated mach
 	@tools/setup.sh kernel
 	@tools/check-kernel.sh
 
-install: ## install the release build into PREFIX (default /usr/local)
-	cmake --preset release
-	cmake --build build/release
-	cmake --install build/release $(if $(PREFIX),--prefix $(PREFIX))
+install: ## install the libraries into PREFIX (default /usr/local)
+	@tools/setup.sh build
+	cmake -S . -B build/install -G Ninja -DCMAKE_BUILD_TYPE=Release -DORVEX_BUILD_TESTS=OFF -DORVEX_BUILD_BENCHMARKS=OFF
+	cmake --build build/install --target orvex orvex-virtual
+	cmake --install build/install $(if $(PREFIX),--prefix $(PREFIX))
 
 clean: ## remove all builds
 	rm -rf build
