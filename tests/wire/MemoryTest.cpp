@@ -258,6 +258,37 @@ TEST_F(Memory, WritesTheLogOnRequestAndAtTheEnd)
     EXPECT_EQ(LongAt(instrument.memory, 0x808), 10);
 }
 
+TEST_F(Memory, AFailingDumpFailsOnceAndTheChangesAreCountedAnew)
+{
+    const auto changeTwentyTimes = [](BrindleEEPROM& eeprom) {
+        for (int change = 0; change < 20; ++change)
+            eeprom.GetLog().Increment(DarkMeasurementCount, 1);
+    };
+    // The dark of the last calibration ends far behind: its section has no room for that.
+    PutLong(instrument.memory, EntryOf(instrument.memory, LastCalibrationWhite) + 2, 0x0FFC);
+    const auto before = instrument.memory;
+    {
+        BrindleEEPROM eeprom(Open());
+        for (int round = 0; round < 2; ++round) {
+            changeTwentyTimes(eeprom);
+            EXPECT_EQ(Thrown([&] { eeprom.GetLog(true); }), "DataException: Log is larger than its section");
+            EXPECT_EQ(Thrown([&] { eeprom.GetLog(true); }), "nothing");
+        }
+    }
+    EXPECT_EQ(instrument.memory, before);
+
+    instrument.Reset();
+    BrindleEEPROM eeprom(Open());
+    changeTwentyTimes(eeprom);
+    instrument.fault = [](const std::string& point) {
+        return Platform::TransferResult{point == "write" ? Platform::TransferKind::failed
+                                                         : Platform::TransferKind::done};
+    };
+    EXPECT_THAT(Thrown([&] { eeprom.GetLog(true); }), testing::StartsWith("IOException: write data failed"));
+    EXPECT_EQ(Thrown([&] { eeprom.GetLog(true); }), "nothing");
+    instrument.fault = nullptr;
+}
+
 TEST_F(Memory, GuardsWriteThroughAndUnknownIds)
 {
     BrindleEEPROM eeprom(Open());

@@ -169,11 +169,11 @@ TRACE_GUARD("BrindleEEPROM", "WriteThrough")
 void BrindleEEPROM::DumpLog()
 try {
     std::vector<std::uint8_t> dump(log.GetDumpSize());
+    log.Store(dump.begin(), dump.end());
     // The allocation table decides how long the items are, and may be wrong: what does not fit would destroy the
-    // section behind.
+    // section behind. The change count is 0 by now, as after any other failure: the next measurements go on.
     if (dump.size() > firstLogSection.size)
         throw DataException("Log is larger than its section", THROW_LOCATION("BrindleEEPROM", "DumpLog"));
-    log.Store(dump.begin(), dump.end());
     functionality->WriteEEPROM(firstLogSection.address, dump);
     functionality->WriteEEPROM(secondLogSection.address, dump);
 }
