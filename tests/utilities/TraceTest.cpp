@@ -67,7 +67,7 @@ TEST(TraceGuard, AppendsEveryFrameFromTheThrowSiteOutward)
     } catch (const IOException& e) {
         EXPECT_STREQ("pulled", e.what());
         EXPECT_THAT(e.Trace(),
-                    ElementsAre("site", StartsWith("Frame::inner(): tests/utilities/trace_test.cpp:"),
+                    ElementsAre("site", StartsWith("Frame::inner(): tests/utilities/TraceTest.cpp:"),
                                 StartsWith("Frame::middle(): "), StartsWith("Frame::outer(): ")));
     }
 }
