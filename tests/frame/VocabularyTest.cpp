@@ -1,8 +1,8 @@
 // Texts to numbers, samples by index, messages to the application.
 
+#include "Vondrel/DeviceDriver/ox/c_sdk/src/SDKProxy/Vocabulary.h"
 #include "Vondrel/DeviceDriver/ox/c_sdk/src/SDKProxy/ColorMetryProvider.h"
 #include "Vondrel/DeviceDriver/ox/c_sdk/src/SDKProxy/SampleCache.h"
-#include "Vondrel/DeviceDriver/ox/c_sdk/src/SDKProxy/Vocabulary.h"
 #include "Vondrel/Utilities/Exceptions/SDKError.h"
 #include "orvex/ox.h"
 
