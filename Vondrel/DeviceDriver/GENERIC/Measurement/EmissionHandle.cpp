@@ -9,7 +9,6 @@
 namespace Vondrel::DeviceDriver::Generic::Measurement {
 
 using Calculation::SensorData;
-using Calculation::SpectrumData;
 using namespace Configuration;
 
 namespace {

@@ -5,7 +5,6 @@
 
 namespace Vondrel::DeviceDriver::Generic::Measurement {
 
-using Calculation::SensorData;
 using Calculation::SpectrumData;
 using namespace Configuration;
 

@@ -9,8 +9,6 @@
 
 namespace Vondrel::DeviceDriver::Generic::Measurement {
 
-using Calculation::SensorData;
-using Calculation::SpectrumData;
 using Generic::Utilities::Timing;
 using Vondrel::Utilities::Tools::DateTime;
 using namespace Configuration;

@@ -11,7 +11,6 @@
 
 namespace Vondrel::DeviceDriver::Generic::Measurement {
 
-using Calculation::SensorData;
 using Calculation::SpectrumData;
 using Generic::Utilities::Timing;
 using namespace Configuration;

@@ -4,9 +4,6 @@
 
 namespace Vondrel::DeviceDriver::Generic::Measurement {
 
-using Calculation::SensorData;
-using Calculation::SpectrumData;
-
 void TransmissionHandle::Calibrate(bool darkStep)
 try {
     if (darkStep) {

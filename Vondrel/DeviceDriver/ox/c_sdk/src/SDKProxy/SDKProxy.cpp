@@ -142,10 +142,8 @@ void SDKProxy::HandleError(const std::string& function, const SDKError& error)
         return;
     // The handler may drop this proxy: nothing of it is touched once the call has begun.
     const OX_ErrorHandler handler = errorHandler;
-    const std::string name = function;
-    const SDKError copy = error;
     try {
-        handler(name.c_str(), copy.Code(), copy.what());
+        handler(function.c_str(), error.Code(), error.what());
     } catch (const OXSDK::Exception&) {
         throw;
     } catch (abi::__forced_unwind&) {

@@ -6,7 +6,7 @@ namespace OrvexSDK {
 
 Context::Context() : proxy(nullptr), validator(new ContextParameterValidator) { }
 
-Context::Context(SmartPointer<SDKProxy> theProxy, SmartPointer<ContextParameterValidator> theValidator)
+Context::Context(const SmartPointer<SDKProxy>& theProxy, const SmartPointer<ContextParameterValidator>& theValidator)
     : proxy(theProxy), validator(theValidator)
 {
 }

@@ -17,7 +17,7 @@ public:
 
     /// A context without a proxy, which accepts every call.
     Context();
-    Context(SmartPointer<SDKProxy> theProxy, SmartPointer<ContextParameterValidator> theValidator);
+    Context(const SmartPointer<SDKProxy>& theProxy, const SmartPointer<ContextParameterValidator>& theValidator);
 
     /// Notes the exported call in progress.
     void SetCall(const char* name, const CallParameters& callParameters);
