@@ -8,7 +8,7 @@ namespace Platform {
 
 using ChannelHandle = void*; ///< null is "no channel"
 
-/// Opens the device file of index 0 to 126, shared. The name behind an index is a pattern that SetChannelNamePattern
+/// Opens the device file of index 0 to 127, shared. The name behind an index is a pattern that SetChannelNamePattern
 /// changes.
 int ChannelOpen(std::uint32_t index, ChannelHandle* handle) noexcept;
 

@@ -14,7 +14,7 @@
  *
  * and then orvex_set_serial_port_name(1, "/dev/colorimeter").
  *
- * A USB colorimeter is a device file that takes eight bytes and gives eight bytes, /dev/zelcal0 to /dev/zelcal126
+ * A USB colorimeter is a device file that takes eight bytes and gives eight bytes, /dev/zelcal0 to /dev/zelcal127
  * unless told otherwise. The rule of its kernel driver must let the user read and write it:
  *
  *     KERNEL=="zelcal[0-9]*", MODE="0660", GROUP="plugdev"

@@ -13,7 +13,7 @@ namespace Platform::Posix {
 
 namespace {
 
-constexpr std::uint32_t lastIndex = 126;
+constexpr std::uint32_t lastIndex = 127;
 constexpr std::size_t exchangeSize = 8;
 constexpr const char* placeholder = "%u";
 

@@ -262,15 +262,15 @@ TEST(DeviceChannel, ExchangesEightBytes)
     Terminal terminal;
     std::string directory = "/tmp/channelXXXXXX";
     ASSERT_NE(nullptr, ::mkdtemp(directory.data()));
-    const std::string file = directory + "/zel7";
+    const std::string file = directory + "/zel127"; // the last index that a scan asks for
     ASSERT_EQ(0, ::symlink(terminal.name.c_str(), file.c_str()));
     EXPECT_EQ(0, SetChannelNamePattern((directory + "/zel%u").c_str()));
 
     ChannelHandle handle = nullptr;
     ChannelHandle second = nullptr;
     EXPECT_EQ(ENOENT, ChannelOpen(6, &handle));
-    ASSERT_EQ(0, ChannelOpen(7, &handle));
-    EXPECT_EQ(0, ChannelOpen(7, &second)); // shared
+    ASSERT_EQ(0, ChannelOpen(127, &handle));
+    EXPECT_EQ(0, ChannelOpen(127, &second)); // shared
     EXPECT_EQ(0, ChannelClose(second));
     termios line{};
     ::tcgetattr(terminal.farEnd, &line);
@@ -304,6 +304,6 @@ TEST(DeviceChannel, TakesNoPatternThatItCannotFill)
         EXPECT_EQ(EINVAL, SetChannelNamePattern(pattern)) << pattern;
     EXPECT_EQ(EINVAL, SetChannelNamePattern(nullptr));
     ChannelHandle handle = nullptr;
-    EXPECT_EQ(EINVAL, ChannelOpen(127, &handle));
+    EXPECT_EQ(EINVAL, ChannelOpen(128, &handle));
     EXPECT_EQ(EINVAL, ChannelOpen(0, nullptr));
 }
