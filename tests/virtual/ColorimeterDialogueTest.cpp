@@ -223,6 +223,20 @@ TEST(ColorimeterDialogue, EdgeCountsWaitToBeFetched)
     EXPECT_EQ(rig.AskLong({2}), frequency) << "a reading of red drops what waits";
 }
 
+TEST(ColorimeterDialogue, ALoneConverterLeavesNothingToBeFetched)
+{
+    for (const int type : {5, 6, 8, 13, 14, 21})
+        for (const Bytes& edges : {Bytes{13, 9, 9, 9}, Bytes{22}}) {
+            SCOPED_TRACE(testing::Message() << "type " << type << ", command " << int{edges[0]});
+            ColorimeterRig rig(type, Road::usb);
+            const auto green = rig.AskLong({2}), blue = rig.AskLong({3});
+            rig.Ask(edges);
+            EXPECT_EQ(rig.AskLong({2}), green);
+            rig.Ask(edges);
+            EXPECT_EQ(rig.AskLong({3}), blue);
+        }
+}
+
 TEST(ColorimeterDialogue, WideEdgesAreSetByChannel)
 {
     ColorimeterRig rig(19, Road::usb);

@@ -273,8 +273,8 @@ Reply Firmware::ReadWidePeriods(Parameters given)
     return CountPeriods(code - 16U, BigEndian(given));
 }
 
-/// Counts all channels together, gives the first one's count and leaves the others to be fetched. Each count is that of
-/// half the time that its edges take.
+/// Counts all channels together, gives the first one's count and leaves the others to be fetched; a lone converter gives
+/// its count, and nothing is left. Each count is that of half the time that its edges take.
 Reply Firmware::CountEdges(const Counts& edges)
 {
     Counts counts{};
@@ -287,10 +287,11 @@ Reply Firmware::CountEdges(const Counts& edges)
         state.carry[i] = withRest - counts[i];
         longest = std::max(longest, std::min(seconds, patience));
     }
-    if (type.optics == Optics::OneConverter)
+    const bool alone = type.optics == Optics::OneConverter;
+    if (alone)
         counts[0] = counts[static_cast<std::size_t>(type.lightChannel)];
     state.edgeCounts = counts;
-    state.edgesPending = {false, true, true};
+    state.edgesPending = {false, !alone, !alone};
     return WithLong(counts[0], longest);
 }
 
