@@ -267,6 +267,7 @@ int32_t ZELCAL_CALL AltrixOpenExistingDevice_M(CalDataBlock* device, ZelHandle p
     version[0] = '\0';
     Prepare(device, serialPort);
     ResetTimeOut(device);
+    device->comm.timeOutApplied = 0; // the port has no limit yet: the first exchange gives it one
     device->comm.portHandle = port;
     device->header.isOpen = 1;
     int32_t status = QueryVersion(device, 0, version);

@@ -30,8 +30,15 @@ void NoteLine(CalDataBlock* device)
     block[18] = 8;
 }
 
-int SetLimits(CalDataBlock* device, const Platform::SerialLimits& limits)
+/// Gives the port its limits. A pair of zeros would be a wait without an end; a port that the application has opened
+/// comes with such pairs.
+int SetLimits(CalDataBlock* device, Platform::SerialLimits limits)
 {
+    constexpr std::uint32_t patience = 250;
+    if (limits.readMultiplier == 0 && limits.readConstant == 0)
+        limits.readMultiplier = patience;
+    if (limits.writeMultiplier == 0 && limits.writeConstant == 0)
+        limits.writeMultiplier = limits.writeConstant = patience;
     device->comm.commTimeouts[0] = limits.readInterval;
     device->comm.commTimeouts[1] = limits.readMultiplier;
     device->comm.commTimeouts[2] = limits.readConstant;
@@ -132,9 +139,11 @@ int SetReplyLimit(CalDataBlock* device, std::uint32_t seconds)
     if (const int error = Platform::SerialGetLimits(device->comm.portHandle, &limits))
         return error;
     device->comm.timeOutSeconds = seconds;
-    device->comm.timeOutApplied = seconds;
     limits.readConstant = Milliseconds(seconds);
-    return SetLimits(device, limits);
+    const int error = SetLimits(device, limits);
+    if (error == 0)
+        device->comm.timeOutApplied = seconds;
+    return error;
 }
 
 std::int32_t OpenSerial(CalDataBlock* device, std::int32_t port)
@@ -182,7 +191,8 @@ std::int32_t ExchangeSerial(CalDataBlock* device, const std::uint8_t* command, s
         return ZEL_BAD_ARGUMENT;
     const ZelCommState& comm = device->comm;
     if (comm.timeOutActive == 1 && comm.timeOutSeconds != comm.timeOutApplied)
-        SetReplyLimit(device, comm.timeOutSeconds);
+        if (SetReplyLimit(device, comm.timeOutSeconds) != 0)
+            return ZEL_NO_REPLY; // the port would be waited on without a limit
     if (const std::int32_t failure = WriteFrame(device, command, length))
         return failure;
     return ReadReply(device, reply, replyLength);
@@ -245,7 +255,8 @@ int32_t ZELCAL_CALL AltrixClearBuffer_M(CalDataBlock* device, int32_t /*reserved
         return ZEL_NO_REPLY;
     Platform::SerialLimits brief = limits;
     brief.readConstant = 100;
-    Platform::SerialSetLimits(handle, &brief);
+    if (Platform::SerialSetLimits(handle, &brief) != 0)
+        return ZEL_NO_REPLY;
     buffer[0] = 0;
     const int32_t status = Toolkit::Drain(handle, buffer, length);
     Platform::SerialSetLimits(handle, &limits);

@@ -260,6 +260,35 @@ TEST(ColorimeterFaults, APulledUsbCableIsNoticedOnce)
     ASSERT_NO_FATAL_FAILURE(session.ExpectRecovery());
 }
 
+TEST(ColorimeterFaults, APortOfTheApplicationIsWaitedOnForThreeSeconds)
+{
+    const struct {
+        const char* how;
+        std::int32_t status;
+        double seconds;
+    } cases[] = {{"timeout", -112, 3.0}, {"one-short", -112, 3.0}, {"unplug", -112, 3.0}};
+    for (const auto& c : cases)
+        for (const bool opened : {false, true}) {
+            SCOPED_TRACE(testing::Message() << c.how << (opened ? " in a measurement" : " in opening"));
+            oxv_reset();
+            const oxv_device instrument = oxv_attach("colorimeter-4", "serial:2");
+            const auto port = reinterpret_cast<ZelHandle>(static_cast<std::intptr_t>(oxv_port_descriptor(instrument)));
+            CalDataBlock device{};
+            std::array<char, 16> version{};
+            if (opened) {
+                ASSERT_EQ(zelOpenExistingSerialAltrix_M(&device, port, version.data()), 0);
+            }
+            ASSERT_EQ(oxv_fault(instrument, "command", 1, 1, c.how), 0) << oxv_last_error();
+            const std::int64_t start = oxv_clock_now();
+            std::uint32_t ticks = 0;
+            EXPECT_EQ(opened ? AltrixGetIntegrationTime_M(&device, &ticks)
+                             : zelOpenExistingSerialAltrix_M(&device, port, version.data()),
+                      c.status);
+            EXPECT_NEAR(static_cast<double>(oxv_clock_now() - start) * 1e-6, c.seconds, 0.1);
+            oxv_reset();
+        }
+}
+
 TEST(ColorimeterFaults, RefreshWithoutALightThatRefreshes)
 {
     Session session(4, false);

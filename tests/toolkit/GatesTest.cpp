@@ -209,6 +209,33 @@ TEST_F(GatesTest, NullPointersAreRefusedAndSendNothing)
     }
 }
 
+TEST_F(GatesTest, NoOpeningAndNoSettingWaitsOnAPortWithoutALimit) // the seam looks at every read and write
+{
+    for (const Twin& twin : twins) {
+        if (!IsOpening(twin.name))
+            continue;
+        for (const bool silent : {false, true}) {
+            SCOPED_TRACE(twin.name + (silent ? ", silent" : ""));
+            instrument = SoundInstrument(9);
+            instrument.usbIndex = 1;
+            attached = &instrument;
+            device = {};
+            if (silent)
+                instrument.SetFault(ScriptedInstrument::Fault::silence, 1, 100);
+            const std::int64_t status = twin.call(&device, false);
+            EXPECT_TRUE(!silent || status != ZEL_OK || twin.name == "AltrixOpenComm");
+            std::uint32_t ticks = 0;
+            std::uint8_t reply[1024];
+            for (const std::uint32_t seconds : {0U, 5U}) {
+                AltrixSetTimeOut_M(&device, 1, seconds);
+                AltrixGetIntegrationTime_M(&device, &ticks);
+                AltrixClearBuffer_M(&device, 0, reply, &ticks);
+            }
+            AltrixExistingClose_M(&device);
+        }
+    }
+}
+
 TEST_F(GatesTest, FunctionsBelongToTypesAndRevisions)
 {
     const struct {

@@ -304,6 +304,7 @@ int SerialOpen(std::int32_t port, SerialHandle* handle) noexcept
         return 2;
     ++attached->opened;
     receiver.clear();
+    portLimits = {};
     *handle = Handle();
     return 0;
 }
@@ -337,6 +338,7 @@ int SerialSetLimits(SerialHandle, const SerialLimits* limits) noexcept
 
 int SerialRead(SerialHandle, std::uint8_t* bytes, std::size_t size, std::size_t* moved) noexcept
 {
+    EXPECT_TRUE(portLimits.readMultiplier != 0 || portLimits.readConstant != 0) << "a read without an end";
     *moved = std::min(size, receiver.size());
     std::copy_n(receiver.begin(), *moved, bytes);
     receiver.erase(receiver.begin(), receiver.begin() + static_cast<std::ptrdiff_t>(*moved));
@@ -346,6 +348,7 @@ int SerialRead(SerialHandle, std::uint8_t* bytes, std::size_t size, std::size_t*
 int SerialWrite(SerialHandle, const std::uint8_t* bytes, std::size_t size, std::size_t* moved) noexcept
 {
     *moved = size;
+    EXPECT_TRUE(portLimits.writeMultiplier != 0 || portLimits.writeConstant != 0) << "a write without an end";
     if (attached == nullptr)
         return linkBroken;
     attached->lastWrite.assign(bytes, bytes + size);
@@ -377,6 +380,7 @@ int SerialClose(SerialHandle) noexcept
 
 void SerialForget(SerialHandle) noexcept
 {
+    portLimits = {};
     if (attached != nullptr)
         ++attached->forgotten;
 }
