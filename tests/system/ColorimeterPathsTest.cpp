@@ -5,9 +5,11 @@
 #include "orvex/zelcal.h"
 #include "virtual/orvex-virtual.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <gtest/gtest.h>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -256,6 +258,59 @@ TEST(ColorimeterPaths, LuminanceComesBack)
                     ASSERT_NEAR(seen / luminance, 1.0, path.range.tolerance);
                 }
             }
+}
+
+double AnyLight(const Range& range, std::mt19937& random)
+{
+    return std::exp(std::uniform_real_distribution(std::log(range.lowest), std::log(range.highest))(random));
+}
+
+/// A measurement of a random path at a random light; does nothing where the path is not of this type.
+void TryOnce(const ColourPath& path, int type, std::mt19937& random, OpenColorimeter& colorimeter)
+{
+    if (std::ranges::find(path.types, type) == path.types.end() || path.version != nullptr)
+        return;
+    SCOPED_TRACE(path.name);
+    Screen screen = colours[random() % std::size(colours)];
+    screen.Y = AnyLight(path.range, random);
+    colorimeter.Light(screen);
+    ZelYxyz seen{};
+    ASSERT_EQ(path.measure(&colorimeter.device, metric, &seen), 0);
+    ExpectScreen(seen, screen, path.range.tolerance);
+}
+
+void TryOnce(const LuminancePath& path, int type, std::mt19937& random, OpenColorimeter& colorimeter)
+{
+    if (std::ranges::find(path.types, type) == path.types.end())
+        return;
+    SCOPED_TRACE(path.name);
+    const double luminance = AnyLight(path.range, random);
+    colorimeter.Light({luminance, 0.3127, 0.3290});
+    double seen = 0;
+    ASSERT_EQ(path.measure(&colorimeter.device, metric, &seen), 0);
+    ASSERT_NEAR(seen / luminance, 1.0, path.range.tolerance);
+}
+
+TEST(ColorimeterPaths, NoMeasurementLeavesAnythingToTheNext)
+{
+    std::mt19937 random(11);
+    for (const int type : {2, 4, 5, 6, 7, 8, 9, 10, 11, 13, 14, 16, 19, 20, 21, 22})
+        for (const bool usb : {false, true}) {
+            OpenColorimeter colorimeter(type, usb, nullptr);
+            if (type == 21) { // its pulses are few
+                ASSERT_EQ(zelSetIntegrationTime_M(&colorimeter.device, 10.0), 0);
+            }
+            for (int step = 0; step < 400; ++step) {
+                SCOPED_TRACE(testing::Message()
+                             << "type " << type << (usb ? ", usb" : ", serial") << ", step " << step);
+                const std::size_t place = random() % (std::size(colourPaths) + std::size(luminancePaths));
+                if (place < std::size(colourPaths))
+                    ASSERT_NO_FATAL_FAILURE(TryOnce(colourPaths[place], type, random, colorimeter));
+                else
+                    ASSERT_NO_FATAL_FAILURE(
+                        TryOnce(luminancePaths[place - std::size(colourPaths)], type, random, colorimeter));
+            }
+        }
 }
 
 TEST(ColorimeterPaths, AmbientLightComesBack)
