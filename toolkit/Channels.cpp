@@ -4,7 +4,19 @@
 #include "toolkit/Matrix.h"
 #include "toolkit/Numbers.h"
 
+#include <cmath>
+
 namespace Toolkit {
+
+bool HasClock(const ZelCalHeader& header)
+{
+    return header.clockPeriod > 0.0 && std::isfinite(header.clockPeriod);
+}
+
+double SecondsPerPulse(const ZelCalHeader& header, double clocks, double pulses)
+{
+    return clocks == 0.0 || !HasClock(header) ? 0.0 : (clocks / pulses) * header.clockPeriod;
+}
 
 std::uint32_t Multiplier(double target, std::uint32_t count, const MultiplierLimit& limit)
 {
@@ -16,13 +28,12 @@ std::uint32_t Multiplier(double target, std::uint32_t count, const MultiplierLim
 
 namespace {
 
-/// @param clocks  clock counts that the pulses took
-double PulseValue(const ZelCalHeader& header, int channel, double clocks, double pulses)
+/// @param seconds  per pulse
+double PulseValue(const ZelCalHeader& header, int channel, double seconds)
 {
-    if (clocks == 0.0)
+    if (seconds == 0.0)
         return darkestValue;
-    const double value =
-        header.calTime[channel] / ((clocks / pulses) * header.clockPeriod) - header.darkCurrent[channel];
+    const double value = header.calTime[channel] / seconds - header.darkCurrent[channel];
     return value <= 0.0 ? darkestValue : value;
 }
 
@@ -30,12 +41,17 @@ double PulseValue(const ZelCalHeader& header, int channel, double clocks, double
 
 double EdgeValue(const ZelCalHeader& header, int channel, double count, double multiplier)
 {
-    return PulseValue(header, channel, 2.0 * count, multiplier);
+    return PulseValue(header, channel, SecondsPerPulse(header, 2.0 * count, multiplier));
 }
 
 double PeriodValue(const ZelCalHeader& header, int channel, double count, double multiplier)
 {
-    return PulseValue(header, channel, count, multiplier);
+    return PulseValue(header, channel, SecondsPerPulse(header, count, multiplier));
+}
+
+double SweepTarget(const ZelCalHeader& header)
+{
+    return HasClock(header) ? std::fmin(header.targetCount, UINT32_MAX) : 0.0;
 }
 
 bool CountsBothEdges(const CalDataBlock* device)
@@ -161,12 +177,13 @@ std::int32_t MeasureSimultaneouslyWide(CalDataBlock* device, unsigned mask)
 
 namespace {
 
-bool HasIntegrationTime(const CalDataBlock* device, double out[3])
+/// The head of a call that gives a vector: zeros, until it is measured.
+std::int32_t BeginVector(const CalDataBlock* device, double out[3])
 {
-    if (device->header.integrationTicks != 0)
-        return true;
-    out[0] = out[1] = out[2] = 0.0;
-    return false;
+    if (const std::int32_t refusal = Enter(device, allTypes, out))
+        return refusal;
+    std::fill_n(out, 3, 0.0);
+    return ZEL_OK;
 }
 
 /// The channel values of the last frequency reading, by the type's own scale.
@@ -204,9 +221,9 @@ extern "C" {
 
 int32_t ZELCAL_CALL AltrixMeasureRGBScaled_M(CalDataBlock* device, double out[3])
 {
-    if (const int32_t refusal = Enter(device, allTypes, out))
+    if (const int32_t refusal = BeginVector(device, out))
         return refusal;
-    if (!HasIntegrationTime(device, out))
+    if (device->header.integrationTicks == 0)
         return ZEL_NO_INTEGRATION_TIME;
     if (const int32_t failure = AltrixMeasureRawData_M(device, device->header.channelCount))
         return failure;
@@ -222,11 +239,11 @@ int32_t ZELCAL_CALL AltrixMeasureRGBScaledEx_M(CalDataBlock* device, double out[
 
 int32_t ZELCAL_CALL AltrixMeasureRGBScaledW_M(CalDataBlock* device, double out[3])
 {
-    if (const int32_t refusal = Enter(device, allTypes, out))
+    if (const int32_t refusal = BeginVector(device, out))
         return refusal;
     if (!IsType(device, Family::wide))
         return ZEL_BAD_ARGUMENT;
-    if (!HasIntegrationTime(device, out))
+    if (device->header.integrationTicks == 0)
         return ZEL_NO_INTEGRATION_TIME;
     if (const int32_t failure = ReadWideChannels(device, 1))
         return failure;
@@ -239,9 +256,9 @@ int32_t ZELCAL_CALL AltrixMeasureRGBScaledW_M(CalDataBlock* device, double out[3
 int32_t ZELCAL_CALL AltrixMeasureRGBbyPeriodScaled_M(CalDataBlock* device, uint8_t nRed, uint8_t nGreen, uint8_t nBlue,
                                                      double out[3])
 {
-    if (const int32_t refusal = Enter(device, allTypes, out))
+    if (const int32_t refusal = BeginVector(device, out))
         return refusal;
-    if (!HasIntegrationTime(device, out))
+    if (device->header.integrationTicks == 0)
         return ZEL_NO_INTEGRATION_TIME;
     ZelCalHeader& header = device->header;
     const uint8_t multipliers[] = {nRed, nGreen, nBlue};
@@ -249,9 +266,8 @@ int32_t ZELCAL_CALL AltrixMeasureRGBbyPeriodScaled_M(CalDataBlock* device, uint8
         header.periodsRGB[i] = multipliers[i];
         if (const int32_t failure = ReadPeriods(device, i))
             return failure;
-        const double count = header.periodCount[i];
-        header.periodRGB[i] =
-            count == 0.0 ? darkestValue : header.calTime[i] / ((count / multipliers[i]) * header.clockPeriod);
+        const double seconds = SecondsPerPulse(header, header.periodCount[i], multipliers[i]);
+        header.periodRGB[i] = seconds == 0.0 ? darkestValue : header.calTime[i] / seconds;
     }
     CopyVector(header.periodRGB, out);
     return ZEL_OK;
@@ -259,7 +275,7 @@ int32_t ZELCAL_CALL AltrixMeasureRGBbyPeriodScaled_M(CalDataBlock* device, uint8
 
 int32_t ZELCAL_CALL AltrixMeasureRGBAvg_M(CalDataBlock* device, double out[3])
 {
-    if (const int32_t refusal = Enter(device, allTypes, out))
+    if (const int32_t refusal = BeginVector(device, out))
         return refusal;
     ZelCalHeader& header = device->header;
     if (header.numMeasToAvg < 1)
@@ -279,7 +295,7 @@ int32_t ZELCAL_CALL AltrixMeasureRGBAvg_M(CalDataBlock* device, double out[3])
 
 int32_t ZELCAL_CALL AltrixMeasureXYZ_M(CalDataBlock* device, double XYZ[3])
 {
-    if (const int32_t refusal = Enter(device, allTypes, XYZ))
+    if (const int32_t refusal = BeginVector(device, XYZ))
         return refusal;
     double vector[3];
     if (const int32_t failure = AltrixMeasureRGBScaled_M(device, vector))
@@ -289,7 +305,7 @@ int32_t ZELCAL_CALL AltrixMeasureXYZ_M(CalDataBlock* device, double XYZ[3])
 
 int32_t ZELCAL_CALL AltrixMeasureXYZW_M(CalDataBlock* device, double XYZ[3])
 {
-    if (const int32_t refusal = Enter(device, allTypes, XYZ))
+    if (const int32_t refusal = BeginVector(device, XYZ))
         return refusal;
     double vector[3];
     if (const int32_t failure = AltrixMeasureRGBScaledW_M(device, vector))
@@ -300,7 +316,7 @@ int32_t ZELCAL_CALL AltrixMeasureXYZW_M(CalDataBlock* device, double XYZ[3])
 int32_t ZELCAL_CALL AltrixMeasureXYZbyPeriod_M(CalDataBlock* device, uint8_t nRed, uint8_t nGreen, uint8_t nBlue,
                                                double out[3])
 {
-    if (const int32_t refusal = Enter(device, allTypes, out))
+    if (const int32_t refusal = BeginVector(device, out))
         return refusal;
     double vector[3];
     if (const int32_t failure = AltrixMeasureRGBbyPeriodScaled_M(device, nRed, nGreen, nBlue, vector))
@@ -312,6 +328,8 @@ int32_t ZELCAL_CALL AltrixMeasureXYZAvg_M(CalDataBlock* device, uint16_t count, 
 {
     if (const int32_t refusal = Enter(device, allTypes, XYZ, vector))
         return refusal;
+    std::fill_n(XYZ, 3, 0.0);
+    std::fill_n(vector, 3, 0.0);
     if (count == 0)
         return ZEL_OUT_OF_RANGE;
     double sum[3] = {};

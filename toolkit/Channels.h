@@ -1,7 +1,9 @@
 #pragma once
 
 #include "orvex/zelcal.h"
+#include "toolkit/Types.h"
 
+#include <algorithm>
 #include <cstdint>
 
 /// Channel values from counts, and colours from channel values.
@@ -18,6 +20,26 @@ inline constexpr std::uint16_t metricUnit = 1;                   ///< the value 
 
 /// What a channel is worth that shows less than its dark.
 inline constexpr double darkestValue = 0.0001;
+
+/// The head of a measurement: the gate, and zeros in place of what the measurement before has left in the record and
+/// in `out`. They stay where this one fails.
+template<typename Out>
+std::int32_t Begin(CalDataBlock* device, TypeSet accepted, Out* out, int count = 1)
+{
+    if (const std::int32_t refusal = Enter(device, accepted, out))
+        return refusal;
+    AltrixResetCalHeaderMeasData_M(device);
+    std::fill_n(out, count, Out{});
+    return ZEL_OK;
+}
+
+/// Whether the record tells how long a clock count is. Some types keep their clock in the memory alone, which may be
+/// blank or nonsense: every reading counts as one of 0 then.
+bool HasClock(const ZelCalHeader& header);
+
+/// Seconds that one pulse took; 0 without a count or a clock.
+/// @param clocks  clock counts that all pulses took together
+double SecondsPerPulse(const ZelCalHeader& header, double clocks, double pulses);
 
 /// How the multiplier of a second reading is limited: 0 and everything above the limit become `fallback`.
 struct MultiplierLimit {
@@ -47,7 +69,7 @@ bool SetMultipliers(const CalDataBlock* device, const std::uint32_t counts[3], u
 }
 
 /// `edgeRGB` of a channel from an edge count: pulses in the calibration time less the dark value. `darkestValue` if
-/// that is not above 0, or if there was no count.
+/// that is not above 0, or if there was no count or no clock.
 double EdgeValue(const ZelCalHeader& header, int channel, double count, double multiplier);
 
 /// `periodRGB` of a channel from a period count, likewise.
@@ -73,6 +95,14 @@ std::int32_t Conclude(const double XYZ[3], std::uint16_t unit, ZelYxyz* out, dou
 
 /// The result record of a channel vector through the active matrix.
 std::int32_t Conclude(const CalDataBlock* device, const double vector[3], std::uint16_t unit, ZelYxyz* out);
+
+// ---- sweeps: short readings that are summed until there is enough
+
+/// So many readings in a row without a pulse end a sweep: the light is gone. They add nothing.
+inline constexpr int mostDarkReadings = 3;
+
+/// The clock counts that a sweep must reach: at most what a field of the record holds; none without a clock.
+double SweepTarget(const ZelCalHeader& header);
 
 // ---- readings: they fill the counts of the record, with the multipliers that stand in it
 

@@ -3,6 +3,9 @@
 #include "toolkit/Layout.h"
 #include "toolkit/Numbers.h"
 
+#include <cfloat>
+#include <cmath>
+
 namespace Toolkit {
 
 namespace {
@@ -17,10 +20,14 @@ Field DarkField(const CalDataBlock* device)
     return device->header.calibratorType == 14 ? Fields::ploverFirstDark : Fields::firstDark;
 }
 
-/// Keeps the values as floats in the instrument's memory, and puts them in force.
+/// Keeps the values as floats in the instrument's memory, and puts them in force. Nothing is stored that is not a
+/// finite float.
 std::int32_t StoreDark(CalDataBlock* device, const double* values)
 {
     const Field field = DarkField(device);
+    for (int i = 0; i < field.count; ++i)
+        if (!(std::fabs(values[i]) <= FLT_MAX))
+            return ZEL_OUT_OF_RANGE;
     for (int i = 0; i < field.count; ++i)
         device->eeprom.darkFloats[i] = static_cast<float>(values[i]);
     if (const std::int32_t failure = WriteField(device, field, device->eeprom))
@@ -33,7 +40,8 @@ std::int32_t StoreDark(CalDataBlock* device, const double* values)
 /// The dark value that one reading with a single pulse shows; none if no pulse came.
 double DarkValue(const ZelCalHeader& header, double seconds, double clocks)
 {
-    return clocks == 0.0 ? 0.0 : seconds / (clocks * header.clockPeriod);
+    const double period = SecondsPerPulse(header, clocks, 1.0);
+    return period == 0.0 ? 0.0 : seconds / period;
 }
 
 std::int32_t AddEdgeReading(CalDataBlock* device)

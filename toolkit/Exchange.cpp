@@ -84,7 +84,7 @@ int32_t ZELCAL_CALL AltrixSendGetData_M(CalDataBlock* device, int32_t /*reserved
 {
     if (const int32_t refusal = Toolkit::Enter(device, Toolkit::allTypes, command, reply, replyLength))
         return refusal;
-    if (length < 2)
+    if (length < 2 || command[0] != length - 1)
         return ZEL_BAD_ARGUMENT;
     if (device->header.portType == Toolkit::usbPort)
         return Toolkit::ExchangeUsb(device, command, length, reply, replyLength);

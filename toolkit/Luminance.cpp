@@ -3,8 +3,6 @@
 #include "toolkit/Numbers.h"
 #include "toolkit/Refresh.h"
 
-#include <cmath>
-
 namespace Toolkit {
 
 namespace {
@@ -17,10 +15,11 @@ double ZeroIfNegative(double value)
     return value < 0.0 ? 0.0 : value;
 }
 
-/// Pulses in a second; `darkestValue` if there was no count.
+/// Pulses in a second; `darkestValue` if there was no count or no clock.
 double Hertz(const ZelCalHeader& header, double clocks, double pulses)
 {
-    return clocks == 0.0 ? darkestValue : 1.0 / ((clocks / pulses) * header.clockPeriod);
+    const double seconds = SecondsPerPulse(header, clocks, pulses);
+    return seconds == 0.0 ? darkestValue : 1.0 / seconds;
 }
 
 /// The USB electronics of types 5 and 6 count both edges of a pulse.
@@ -67,19 +66,23 @@ double LumEdgeHertz(const CalDataBlock* device, double counts, double pulses)
     return Hertz(device->header, CountsTwiceOnUsb(device) ? counts : 2.0 * counts, pulses);
 }
 
-/// Readings with the same multiplier until their counts together are near the target.
+/// Readings with the same multiplier until their counts together are near the target, or the light is gone.
 std::int32_t SweepLumEdges(CalDataBlock* device, std::uint8_t n, double* counts, double* pulses)
 {
     ZelCalHeader& header = device->header;
+    int darkInARow = 0;
     do {
         if (const std::int32_t failure = ReadLumEdge(device, n))
             return failure;
-        *counts += header.edgeCount[0];
-        *pulses += n;
         if (header.sweepCount < INT16_MAX)
             ++header.sweepCount;
-    } while (*counts < sweepShare * header.targetCount && header.edgeCount[0] != 0
-             && std::isfinite(header.targetCount));
+        ++darkInARow;
+        if (header.edgeCount[0] != 0) {
+            *counts += header.edgeCount[0];
+            *pulses += n;
+            darkInARow = 0;
+        }
+    } while (*counts < sweepShare * SweepTarget(header) && darkInARow < mostDarkReadings);
     return ZEL_OK;
 }
 
@@ -97,7 +100,6 @@ std::int32_t LuminanceBy(CalDataBlock* device, LumCall measure, double* luminanc
 
 std::int32_t MeasureLcdLuminance(CalDataBlock* device, LumCall measure, std::uint16_t unit, double* out)
 {
-    AltrixResetCalHeaderMeasData_M(device);
     double luminance = 0.0;
     if (const std::int32_t failure = LuminanceBy(device, measure, &luminance))
         return failure;
@@ -116,14 +118,14 @@ std::int32_t MeasureBassixFrequency(CalDataBlock* device, double* out)
 {
     ZelCalHeader& header = device->header;
     const int channel = LightChannel(device);
-    *out = 0.0;
-    if (header.integrationTicks == 0)
+    const double seconds = header.integrationTicks * header.tickLength;
+    if (seconds == 0.0)
         return ZEL_NO_INTEGRATION_TIME;
     const std::int32_t failure = channel == 0 ? AltrixMeasureRedChannel_M(device, header.channelCount)
                                               : AltrixMeasureGreenChannel_M(device, header.channelCount + 1);
     if (failure != ZEL_OK)
         return failure;
-    const double hertz = header.channelCount[channel] / (header.integrationTicks * header.tickLength);
+    const double hertz = header.channelCount[channel] / seconds;
     *out = ZeroIfNegative(hertz - header.darkCurrent[0]);
     return ZEL_OK;
 }
@@ -214,8 +216,8 @@ std::int32_t MeasureChannel1Edges(CalDataBlock* device, double* value)
     if (header.wideEdges[0] != 1)
         if (const std::int32_t failure = ReadChannel1Edges(device))
             return failure;
-    const double count = header.wideCount[0];
-    *value = count == 0.0 ? darkestValue : ClampedAboveDark(header, Hertz(header, count, header.wideEdges[0]));
+    const double hertz = Hertz(header, header.wideCount[0], header.wideEdges[0]);
+    *value = ClampedAboveDark(header, hertz);
     return ZEL_OK;
 }
 
@@ -323,14 +325,14 @@ int32_t ZELCAL_CALL zelMeasureLCDLuminance_M(CalDataBlock* device, uint16_t unit
 
 int32_t ZELCAL_CALL zelMeasureLCDLuminancePeriod_M(CalDataBlock* device, uint16_t unit, double* out)
 {
-    if (const int32_t refusal = Enter(device, Gate::lcdLuminancePeriod, out))
+    if (const int32_t refusal = Begin(device, Gate::lcdLuminancePeriod, out))
         return refusal;
     return MeasureLcdLuminance(device, AltrixMeasureLCDLumPeriod_M, unit, out);
 }
 
 int32_t ZELCAL_CALL zelMeasureLCDLuminanceEdge_M(CalDataBlock* device, uint16_t unit, double* out)
 {
-    if (const int32_t refusal = Enter(device, Gate::lcdLuminanceEdge, out))
+    if (const int32_t refusal = Begin(device, Gate::lcdLuminanceEdge, out))
         return refusal;
     if (IsType(device, Gate::channel1))
         return zelChannel1Measure_M(device, unit, 1, 3, out);
@@ -339,7 +341,7 @@ int32_t ZELCAL_CALL zelMeasureLCDLuminanceEdge_M(CalDataBlock* device, uint16_t 
 
 int32_t ZELCAL_CALL zelMeasureLCDLuminanceEdgeEx_M(CalDataBlock* device, uint16_t unit, double* out)
 {
-    if (const int32_t refusal = Enter(device, Gate::lcdLuminanceEdge, out))
+    if (const int32_t refusal = Begin(device, Gate::lcdLuminanceEdge, out))
         return refusal;
     if (IsType(device, Gate::channel1))
         return zelChannel1Measure_M(device, unit, 1, 3, out);
@@ -348,9 +350,8 @@ int32_t ZELCAL_CALL zelMeasureLCDLuminanceEdgeEx_M(CalDataBlock* device, uint16_
 
 int32_t ZELCAL_CALL zelMeasureLCDRawDataScaled_M(CalDataBlock* device, double* out)
 {
-    if (const int32_t refusal = Enter(device, Gate::lcdRawDataScaled, out))
+    if (const int32_t refusal = Begin(device, Gate::lcdRawDataScaled, out))
         return refusal;
-    AltrixResetCalHeaderMeasData_M(device);
     if (const int32_t failure = AltrixMeasureLCDLumEdgeEx_M(device, out))
         return failure;
     *out -= device->header.darkCurrent[0];
@@ -359,9 +360,8 @@ int32_t ZELCAL_CALL zelMeasureLCDRawDataScaled_M(CalDataBlock* device, double* o
 
 int32_t ZELCAL_CALL zelMeasureRawDataScaled_M(CalDataBlock* device, double* out)
 {
-    if (const int32_t refusal = Enter(device, Gate::rawDataScaled, out))
+    if (const int32_t refusal = Begin(device, Gate::rawDataScaled, out))
         return refusal;
-    AltrixResetCalHeaderMeasData_M(device);
     if (IsType(device, Family::bassix))
         return MeasureBassixFrequency(device, out);
     if (IsType(device, Gate::lcdLum))
@@ -371,9 +371,8 @@ int32_t ZELCAL_CALL zelMeasureRawDataScaled_M(CalDataBlock* device, double* out)
 
 int32_t ZELCAL_CALL zelMeasureLuminance_M(CalDataBlock* device, uint16_t unit, double* out)
 {
-    if (const int32_t refusal = Enter(device, Gate::measureLuminance, out))
+    if (const int32_t refusal = Begin(device, Gate::measureLuminance, out))
         return refusal;
-    AltrixResetCalHeaderMeasData_M(device);
     if (IsType(device, Gate::channel1))
         return zelChannel1Measure_M(device, unit, 3, 3, out);
     if (IsType(device, Types(9, 20, 22))) {
@@ -392,7 +391,7 @@ int32_t ZELCAL_CALL zelMeasureLuminance_M(CalDataBlock* device, uint16_t unit, d
 
 int32_t ZELCAL_CALL zelAutoMeasureLuminance_M(CalDataBlock* device, uint16_t unit, double* out)
 {
-    if (const int32_t refusal = Enter(device, Gate::autoMeasureLuminance, out))
+    if (const int32_t refusal = Begin(device, Gate::autoMeasureLuminance, out))
         return refusal;
     if (IsType(device, Gate::channel1))
         return zelChannel1Measure_M(device, unit, 5, 3, out);
@@ -409,9 +408,8 @@ int32_t ZELCAL_CALL zelAutoMeasureLuminance_M(CalDataBlock* device, uint16_t uni
 
 int32_t ZELCAL_CALL zelMeasureHeronLuminance_M(CalDataBlock* device, uint16_t unit, double out[3])
 {
-    if (const int32_t refusal = Enter(device, Gate::heronLuminance, out))
+    if (const int32_t refusal = Begin(device, Gate::heronLuminance, out, 3))
         return refusal;
-    AltrixResetCalHeaderMeasData_M(device);
     double luminances[3];
     if (const int32_t failure = MeasureHeron(device, luminances))
         return failure;
@@ -422,13 +420,12 @@ int32_t ZELCAL_CALL zelMeasureHeronLuminance_M(CalDataBlock* device, uint16_t un
 
 int32_t ZELCAL_CALL zelChannel1Measure_M(CalDataBlock* device, uint16_t unit, int32_t mode, int32_t index, double* out)
 {
-    if (const int32_t refusal = Enter(device, Gate::channel1, out))
+    if (const int32_t refusal = Begin(device, Gate::channel1, out))
         return refusal;
     if (mode != 1 && mode != 2 && mode != 3 && mode != 5)
         return ZEL_NOT_AVAILABLE;
     if (index < 0 || index > 3)
         return ZEL_OUT_OF_RANGE;
-    AltrixResetCalHeaderMeasData_M(device);
     double value = 0.0;
     if (const int32_t failure = MeasureChannel1(device, mode, &value))
         return failure;

@@ -47,10 +47,8 @@ std::int32_t MeasureMixed(CalDataBlock* device, const MixedForm& form, std::uint
     if (form.adapt)
         if (const std::int32_t failure = AdaptIntegrationTime(device))
             return failure;
-    if (header.integrationTicks == 0) {
-        *out = {};
+    if (header.integrationTicks == 0)
         return ZEL_NO_INTEGRATION_TIME;
-    }
     if (const std::int32_t failure = ReadChannels(device, form.wide))
         return failure;
     const unsigned low = LowChannels(device, form);
@@ -82,9 +80,8 @@ std::int32_t MeasureTenrix(CalDataBlock* device, std::uint16_t unit, ZelYxyz* ou
 
 std::int32_t MeasureInFamilysWay(CalDataBlock* device, bool adapt, std::uint16_t unit, ZelYxyz* out)
 {
-    if (const std::int32_t refusal = Enter(device, Gate::autoMeasureYxy, out))
+    if (const std::int32_t refusal = Begin(device, Gate::autoMeasureYxy, out))
         return refusal;
-    AltrixResetCalHeaderMeasData_M(device);
     if (device->header.calibratorType == 9)
         return zelMeasureLCDYxy_M(device, unit, out);
     if (IsType(device, Types(20, 22))) {
@@ -99,7 +96,6 @@ std::int32_t MeasureInFamilysWay(CalDataBlock* device, bool adapt, std::uint16_t
 /// The five modes of a family dispatcher.
 std::int32_t MeasureInMode(CalDataBlock* device, std::int32_t mode, bool wide, std::uint16_t unit, ZelYxyz* out)
 {
-    AltrixResetCalHeaderMeasData_M(device);
     double XYZ[3] = {};
     switch (mode) {
     case 1:
@@ -129,9 +125,8 @@ extern "C" {
 
 int32_t ZELCAL_CALL zelMeasureYxy_M(CalDataBlock* device, uint16_t unit, ZelYxyz* out)
 {
-    if (const int32_t refusal = Enter(device, Gate::measureYxy, out))
+    if (const int32_t refusal = Begin(device, Gate::measureYxy, out))
         return refusal;
-    AltrixResetCalHeaderMeasData_M(device);
     if (device->header.calibratorType == 9)
         return zelMeasureLCDYxy_M(device, unit, out);
     if (IsType(device, Types(20, 22)))
@@ -157,7 +152,7 @@ int32_t ZELCAL_CALL zelMeasureYxyAvg_M(CalDataBlock* device, uint16_t unit, ZelY
 {
     if (const int32_t refusal = Enter(device, Gate::averages, out, vector))
         return refusal;
-    AltrixResetCalHeaderMeasData_M(device);
+    Begin(device, Gate::averages, out);
     double XYZ[3];
     if (const int32_t failure = AltrixMeasureXYZAvg_M(device, count, XYZ, vector))
         return failure;
@@ -166,23 +161,22 @@ int32_t ZELCAL_CALL zelMeasureYxyAvg_M(CalDataBlock* device, uint16_t unit, ZelY
 
 int32_t ZELCAL_CALL zelPelicanMeasure_M(CalDataBlock* device, uint16_t unit, int32_t mode, ZelYxyz* out)
 {
-    if (const int32_t refusal = Enter(device, Gate::pelicanMeasure, out))
+    if (const int32_t refusal = Begin(device, Gate::pelicanMeasure, out))
         return refusal;
     return MeasureInMode(device, mode, false, unit, out);
 }
 
 int32_t ZELCAL_CALL zelOspreyMeasure_M(CalDataBlock* device, uint16_t unit, int32_t mode, ZelYxyz* out)
 {
-    if (const int32_t refusal = Enter(device, Gate::ospreyMeasure, out))
+    if (const int32_t refusal = Begin(device, Gate::ospreyMeasure, out))
         return refusal;
     return MeasureInMode(device, mode, true, unit, out);
 }
 
 int32_t ZELCAL_CALL zelMeasureRawData_M(CalDataBlock* device, uint32_t out[3])
 {
-    if (const int32_t refusal = Enter(device, Gate::rawData, out))
+    if (const int32_t refusal = Begin(device, Gate::rawData, out, 3))
         return refusal;
-    AltrixResetCalHeaderMeasData_M(device);
     return AltrixMeasureRawData_M(device, out);
 }
 

@@ -33,8 +33,8 @@ std::uint8_t EdgeTimeLimit(const ZelCalHeader& header)
 {
     double dimmest = HUGE_VAL;
     for (int i = 0; i < 3; ++i) {
-        const double count = header.edgeCount[i];
-        const double value = count == 0.0 ? 0.0 : header.calTime[i] / (2.0 * count * header.clockPeriod);
+        const double seconds = SecondsPerPulse(header, 2.0 * header.edgeCount[i], 1.0);
+        const double value = seconds == 0.0 ? 0.0 : header.calTime[i] / seconds;
         dimmest = std::fmin(dimmest, value);
     }
     const std::uint32_t limit = Round(1.0 / dimmest * limitMargin * limitScale);
@@ -75,25 +75,29 @@ void NoteSweeps(ZelCalHeader& header, const Sweeps& sweeps)
     }
 }
 
-/// Whether a channel has enough, or none will ever have.
-bool AreEnough(const ZelCalHeader& header, const Sweeps& sweeps)
+/// Whether a channel has enough.
+bool AreEnough(const ZelCalHeader& header, const double sums[3])
 {
-    const double* sums = sweeps.sums;
-    const bool dark = sums[0] == 0.0 && sums[1] == 0.0 && sums[2] == 0.0;
-    return dark || !std::isfinite(header.targetCount) || sums[0] >= header.targetCount || sums[1] >= header.targetCount
-        || sums[2] >= header.targetCount;
+    const double target = SweepTarget(header);
+    return sums[0] >= target || sums[1] >= target || sums[2] >= target;
 }
 
 std::int32_t SweepEdges(CalDataBlock* device, Sweeps* sweeps)
 {
+    const std::uint32_t* counts = device->header.edgeCount;
+    int darkInARow = 0;
     do {
         if (const std::int32_t failure = ReadEdges(device))
             return failure;
-        for (int i = 0; i < 3; ++i)
-            sweeps->sums[i] += device->header.edgeCount[i];
-        ++sweeps->repeats;
+        ++darkInARow;
+        if (counts[0] != 0 || counts[1] != 0 || counts[2] != 0) {
+            for (int i = 0; i < 3; ++i)
+                sweeps->sums[i] += counts[i];
+            ++sweeps->repeats;
+            darkInARow = 0;
+        }
         NoteSweeps(device->header, *sweeps);
-    } while (!AreEnough(device->header, *sweeps));
+    } while (!AreEnough(device->header, sweeps->sums) && darkInARow < mostDarkReadings);
     return ZEL_OK;
 }
 
@@ -122,9 +126,8 @@ int32_t ZELCAL_CALL zelMeasureLCDYxy_M(CalDataBlock* device, uint16_t unit, ZelY
 
 int32_t ZELCAL_CALL zelMeasureLCDYxySeq_M(CalDataBlock* device, uint16_t unit, ZelYxyz* out)
 {
-    if (const int32_t refusal = Enter(device, Gate::measureLCDYxySim, out))
+    if (const int32_t refusal = Begin(device, Gate::measureLCDYxySim, out))
         return refusal;
-    AltrixResetCalHeaderMeasData_M(device);
     ZelCalHeader& header = device->header;
     for (int i = 0; i < 3; ++i) {
         header.periodsRGB[i] = 1;
@@ -143,11 +146,10 @@ int32_t ZELCAL_CALL zelMeasureLCDYxySeq_M(CalDataBlock* device, uint16_t unit, Z
 
 int32_t ZELCAL_CALL zelMeasureLCDYxySim_M(CalDataBlock* device, uint16_t unit, ZelYxyz* out)
 {
-    if (const int32_t refusal = Enter(device, Gate::measureLCDYxySim, out))
+    if (const int32_t refusal = Begin(device, Gate::measureLCDYxySim, out))
         return refusal;
     if (HasTimeLimitedEdges(device))
         return zelMeasureLCDYxySimTO_M(device, unit, out);
-    AltrixResetCalHeaderMeasData_M(device);
     if (const int32_t failure = MeasureSimultaneously(device, allChannels))
         return failure;
     return Conclude(device, device->header.edgeRGB, unit, out);
@@ -155,9 +157,8 @@ int32_t ZELCAL_CALL zelMeasureLCDYxySim_M(CalDataBlock* device, uint16_t unit, Z
 
 int32_t ZELCAL_CALL zelMeasureLCDYxySimW_M(CalDataBlock* device, uint16_t unit, ZelYxyz* out)
 {
-    if (const int32_t refusal = Enter(device, Gate::ospreyMeasure, out))
+    if (const int32_t refusal = Begin(device, Gate::ospreyMeasure, out))
         return refusal;
-    AltrixResetCalHeaderMeasData_M(device);
     if (const int32_t failure = MeasureSimultaneouslyWide(device, allChannels))
         return failure;
     return Conclude(device, device->header.edgeRGB, unit, out);
@@ -165,9 +166,8 @@ int32_t ZELCAL_CALL zelMeasureLCDYxySimW_M(CalDataBlock* device, uint16_t unit, 
 
 int32_t ZELCAL_CALL zelMeasureAmbient_M(CalDataBlock* device, uint16_t unit, ZelYxyz* out)
 {
-    if (const int32_t refusal = Enter(device, Gate::ambient, out))
+    if (const int32_t refusal = Begin(device, Gate::ambient, out))
         return refusal;
-    AltrixResetCalHeaderMeasData_M(device);
     if (const int32_t failure = MeasureSimultaneouslyWide(device, allChannels))
         return failure;
     double XYZ[3];
@@ -178,11 +178,10 @@ int32_t ZELCAL_CALL zelMeasureAmbient_M(CalDataBlock* device, uint16_t unit, Zel
 
 int32_t ZELCAL_CALL zelMeasureLCDYxySimTO_M(CalDataBlock* device, uint16_t unit, ZelYxyz* out)
 {
-    if (const int32_t refusal = Enter(device, Gate::progressive, out))
+    if (const int32_t refusal = Begin(device, Gate::progressive, out))
         return refusal;
     if (!HasTimeLimitedEdges(device))
         return ZEL_NOT_AVAILABLE;
-    AltrixResetCalHeaderMeasData_M(device);
     ZelCalHeader& header = device->header;
     if (const int32_t failure = MeasureTimeLimited(device))
         return failure;
@@ -194,9 +193,8 @@ int32_t ZELCAL_CALL zelMeasureLCDYxySimTO_M(CalDataBlock* device, uint16_t unit,
 
 int32_t ZELCAL_CALL zelMeasureYxyProgressive_M(CalDataBlock* device, uint16_t unit, ZelYxyz* out)
 {
-    if (const int32_t refusal = Enter(device, Gate::progressive, out))
+    if (const int32_t refusal = Begin(device, Gate::progressive, out))
         return refusal;
-    AltrixResetCalHeaderMeasData_M(device);
     ZelCalHeader& header = device->header;
     for (uint8_t& n : header.edgesRGB)
         n = 1;
@@ -211,9 +209,8 @@ int32_t ZELCAL_CALL zelMeasureYxyProgressive_M(CalDataBlock* device, uint16_t un
 int32_t ZELCAL_CALL zelDarkMeasureYxy_M(CalDataBlock* device, uint16_t unit, uint8_t nRed, uint8_t nGreen,
                                         uint8_t nBlue, int32_t edgeFlag, ZelYxyz* out)
 {
-    if (const int32_t refusal = Enter(device, Gate::measureLCDYxySim, out))
+    if (const int32_t refusal = Begin(device, Gate::measureLCDYxySim, out))
         return refusal;
-    AltrixResetCalHeaderMeasData_M(device);
     ZelCalHeader& header = device->header;
     uint8_t* multipliers = edgeFlag != 0 ? header.edgesRGB : header.periodsRGB;
     multipliers[0] = nRed;

@@ -1,5 +1,6 @@
 #include "toolkit/Refresh.h"
 
+#include "toolkit/Channels.h"
 #include "toolkit/Device.h"
 #include "toolkit/Numbers.h"
 
@@ -27,7 +28,7 @@ std::int32_t MeasurePeriod(CalDataBlock* device, double* period)
         sum += count;
     }
     if (header.frequencySamples > 0)
-        *period = sum / header.frequencySamples * header.clockPeriod;
+        *period = SecondsPerPulse(header, sum, header.frequencySamples);
     return ZEL_OK;
 }
 
@@ -163,7 +164,7 @@ int32_t ZELCAL_CALL zelSetLCDTargetTime_M(CalDataBlock* device, double seconds)
 {
     if (const int32_t refusal = Enter(device, allTypes))
         return refusal;
-    if (!(seconds >= 0.0) || seconds > UINT32_MAX)
+    if (!(seconds >= 0.0) || seconds > UINT32_MAX || !HasClock(device->header))
         return ZEL_OUT_OF_RANGE;
     device->header.targetCount = seconds / device->header.clockPeriod;
     return ZEL_OK;
@@ -173,6 +174,8 @@ int32_t ZELCAL_CALL zelGetLCDTargetTime_M(CalDataBlock* device, double* seconds)
 {
     if (const int32_t refusal = Enter(device, allTypes, seconds))
         return refusal;
+    if (!HasClock(device->header))
+        return ZEL_OUT_OF_RANGE;
     *seconds = device->header.targetCount * device->header.clockPeriod;
     return ZEL_OK;
 }

@@ -12,6 +12,7 @@ namespace {
 
 constexpr std::uint8_t lockedFrom = 240; // lock-detect reading of a loop that has settled
 constexpr std::int64_t settlingSeconds = 15;
+constexpr int mostLockReadings = 120'000; // more than the fastest bus gives in that time
 constexpr std::int32_t extendedMemorySize = 8192;
 constexpr std::uint8_t registerCForScreens = 240;
 constexpr std::uint16_t lowestN = 40;
@@ -91,9 +92,10 @@ std::int32_t GetWord(CalDataBlock* device, TypeSet gate, const Command& command,
     return ZKConvertToWord(reply.bytes + 1, value);
 }
 
+/// Of a clock that nobody sets.
 std::int64_t NowSeconds()
 {
-    return Platform::NowMicroseconds() / 1'000'000;
+    return Platform::MonotonicMicroseconds() / 1'000'000;
 }
 
 }
@@ -182,10 +184,12 @@ int32_t ZELCAL_CALL TenrixWaitForPLLToSettle_M(CalDataBlock* device)
         return refusal;
     const int64_t end = NowSeconds() + settlingSeconds;
     uint8_t reading = 0;
+    int readings = 0;
     do {
         if (const int32_t failure = TenrixReadLockDetect_M(device, &reading))
             return failure;
-    } while (reading < lockedFrom && NowSeconds() < end);
+        ++readings;
+    } while (reading < lockedFrom && NowSeconds() < end && readings < mostLockReadings);
     return ZEL_OK;
 }
 

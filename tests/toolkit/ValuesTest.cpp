@@ -3,6 +3,7 @@
 #include "toolkit/Channels.h"
 
 #include <cmath>
+#include <functional>
 
 namespace {
 
@@ -89,6 +90,95 @@ TEST_F(ValuesTest, ProgressiveSumsSurviveMoreRepetitionsThanTheirField)
     EXPECT_DOUBLE_EQ(header.calTime[0] / (2.0 * 60 * header.clockPeriod) - header.darkCurrent[0], header.edgeRGB[0]);
 }
 
+TEST_F(ValuesTest, DarkReadingsOfASweepAddNothing)
+{
+    Open(13, true);
+    device.header.darkCurrent[0] = 0.0;
+    instrument.counts = {{13, {400000, 500000, 0, 0, 100000, 0}}};
+    ASSERT_EQ(ZEL_OK, AltrixMeasureLCDLumEdgeEx_M(&device, &number));
+    EXPECT_NEAR(5.0, number, 1e-6) << "2 * 600000 us for 2 * 3 pulses";
+    EXPECT_EQ(7, device.header.sweepCount);
+
+    Open(4, true);
+    instrument.counts = {{13, {1000000, 0, 1000000, 0}}, {2, {0}}, {3, {0}}};
+    ASSERT_EQ(ZEL_OK, zelMeasureYxyProgressive_M(&device, 1, &yxyz));
+    EXPECT_EQ(2, device.header.repeatCount[0]);
+    EXPECT_NEAR(2.500002 - 0.251, device.header.edgeRGB[0], 1e-6);
+    EXPECT_EQ(0.0001, device.header.edgeRGB[1]);
+}
+
+TEST_F(ValuesTest, WithoutAClockReadingsAreDarkAndNothingInfiniteIsStored)
+{
+    using Measure = std::function<int32_t(CalDataBlock*, double*)>;
+    const auto colour = [](int32_t (*call)(CalDataBlock*, std::uint16_t, ZelYxyz*)) {
+        return Measure([call](auto* d, double* out) { return call(d, 1, reinterpret_cast<ZelYxyz*>(out)); });
+    };
+    const auto luminance = [](int32_t (*call)(CalDataBlock*, std::uint16_t, double*)) {
+        return Measure([call](auto* d, double* out) { return call(d, 1, out); });
+    };
+    const auto dark = [](int32_t (*call)(CalDataBlock*)) {
+        return Measure([call](auto* d, double*) { return call(d); });
+    };
+    const std::vector<Measure> calls = {
+        colour(zelMeasureLCDYxySim_M),
+        colour(zelMeasureLCDYxySeq_M),
+        colour(zelMeasureLCDYxySimW_M),
+        colour(zelAutoMeasureYxy_M),
+        colour(zelMeasureYxyEx_M),
+        colour(zelMeasureYxyProgressive_M),
+        colour(zelMeasureAmbient_M),
+        luminance(zelMeasureLuminance_M),
+        luminance(zelAutoMeasureLuminance_M),
+        luminance(zelMeasureLCDLuminance_M),
+        luminance(zelMeasureLCDLuminanceEdgeEx_M),
+        luminance(zelMeasureLCDLuminancePeriod_M),
+        AltrixMeasureLCDRed_M,
+        AltrixMeasureLCDLumEdge_M,
+        AltrixMeasureLCDLumEdgeEx_M,
+        zelMeasureMonitorFrequency_M,
+        zelGetLCDTargetTime_M,
+        zelMeasureLCDRawDataScaled_M,
+        [](auto* d, double* out) { return AltrixMeasureRGBbyPeriodScaled_M(d, 1, 1, 1, out); },
+        [](auto* d, double*) { return zelSetLCDTargetTime_M(d, 0.0); },
+        dark(zelSetLCDDarkCurrent_M),
+        dark(zelSetLCDDarkCurrentSeq_M),
+        dark(zelSetDarkCurrentEx_M),
+        dark(zelSetBassixPlusDarkCurrentPeriod_M),
+    };
+    for (const int type : {9, 19, 20, 21, 22, 4, 13})
+        for (const double clock : {0.0, double(INFINITY), double(NAN), -1e-6}) {
+            SCOPED_TRACE(testing::Message() << "type " << type << ", clock " << clock);
+            Open(type, true);
+            instrument.usualCount = 50;
+            instrument.PutFloat(94, static_cast<float>(clock));
+            AltrixClose_M(&device);
+            char text[9];
+            ASSERT_EQ(ZEL_OK, zelOpenCalibrator_M(&device, 0, text));
+            for (const Measure& call : calls) {
+                double out[4] = {};
+                const int32_t status = call(&device, out);
+                EXPECT_TRUE(status == ZEL_OK || status == ZEL_NOT_AVAILABLE || status == ZEL_NO_REFRESH
+                            || status == ZEL_OUT_OF_RANGE)
+                    << status;
+                for (const double value : out)
+                    EXPECT_TRUE(std::isfinite(value));
+                for (int i = 0; i < 3; ++i) {
+                    EXPECT_TRUE(std::isfinite(device.header.darkCurrent[i]));
+                    EXPECT_TRUE(std::isfinite(device.header.edgeRGB[i]));
+                    EXPECT_TRUE(std::isfinite(device.header.periodRGB[i]));
+                    EXPECT_TRUE(std::isfinite(device.eeprom.darkFloats[i]));
+                }
+                EXPECT_TRUE(std::isfinite(device.header.monitorFrequency));
+            }
+        }
+    Open(4, true);
+    for (const double bad : {double(INFINITY), double(NAN), 1e39}) {
+        const double values[3] = {0.25, 0.25, bad};
+        EXPECT_EQ(ZEL_OUT_OF_RANGE, AltrixStoreDarkCurrent_M(&device, values));
+        EXPECT_EQ("", instrument.TakeFrames());
+    }
+}
+
 TEST_F(ValuesTest, UnitsMultiplyLuminanceForTheirFlagOnly)
 {
     Open(20, true);
@@ -142,9 +232,54 @@ TEST_F(ValuesTest, TheInstrumentsOwnTimeScalesWhatItCounts)
     ASSERT_EQ(ZEL_OK, AltrixSetIntegrationTime_M(&device, 0));
     EXPECT_EQ(ZEL_NO_INTEGRATION_TIME, AltrixMeasureRGBScaled_M(&device, vector));
     EXPECT_EQ(0.0, vector[0]);
-    EXPECT_EQ(ZEL_NO_INTEGRATION_TIME, zelMeasureYxyEx_M(&device, 1, &yxyz));
     EXPECT_EQ(ZEL_OUT_OF_RANGE, zelSetIntegrationTime_M(&device, -1.0));
     EXPECT_EQ(ZEL_OUT_OF_RANGE, zelSetIntegrationTime_M(&device, NAN));
+}
+
+TEST_F(ValuesTest, WithoutAnIntegrationTimeTheOutputsAreZero)
+{
+    using Call = int32_t (*)(CalDataBlock*, double*);
+    static double* const ignored = vector;
+    const struct {
+        const char* what;
+        int type;
+        int values;
+        Call call;
+    } cases[] = {
+        {"scaled", 4, 3, AltrixMeasureRGBScaled_M},
+        {"scaled, wide", 20, 3, AltrixMeasureRGBScaledW_M},
+        {"scaled periods", 4, 3, [](auto* d, double* v) { return AltrixMeasureRGBbyPeriodScaled_M(d, 1, 1, 1, v); }},
+        {"XYZ", 4, 3, AltrixMeasureXYZ_M},
+        {"XYZ, wide", 20, 3, AltrixMeasureXYZW_M},
+        {"XYZ by periods", 4, 3, [](auto* d, double* v) { return AltrixMeasureXYZbyPeriod_M(d, 1, 1, 1, v); }},
+        {"mean XYZ", 10, 3, [](auto* d, double* v) { return AltrixMeasureXYZAvg_M(d, 2, v, ignored); }},
+        {"mean vector", 10, 3, [](auto* d, double* v) { return AltrixMeasureXYZAvg_M(d, 2, ignored, v); }},
+        {"colour", 4, 4, [](auto* d, double* v) { return zelMeasureYxy_M(d, 1, reinterpret_cast<ZelYxyz*>(v)); }},
+        {"mean colour", 10, 4,
+         [](auto* d, double* v) { return zelMeasureYxyAvg_M(d, 1, reinterpret_cast<ZelYxyz*>(v), ignored, 2); }},
+        {"mixed", 4, 4, [](auto* d, double* v) { return zelMeasureYxyEx_M(d, 1, reinterpret_cast<ZelYxyz*>(v)); }},
+        {"wide", 22, 4, [](auto* d, double* v) { return zelOspreyMeasure_M(d, 1, 3, reinterpret_cast<ZelYxyz*>(v)); }},
+        {"raw", 13, 1, zelMeasureRawDataScaled_M},
+        {"luminance", 16, 1, [](auto* d, double* v) { return zelMeasureLuminance_M(d, 1, v); }},
+        {"automatic luminance", 6, 1, [](auto* d, double* v) { return zelAutoMeasureLuminance_M(d, 1, v); }},
+        {"Heron", 7, 3, [](auto* d, double* v) { return zelMeasureHeronLuminance_M(d, 1, v); }},
+        {"channel 1", 21, 1, [](auto* d, double* v) { return zelChannel1Measure_M(d, 1, 3, 0, v); }},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        Open(c.type, true);
+        ASSERT_EQ(ZEL_OK, AltrixSetIntegrationTime_M(&device, 0));
+        double values[4] = {5, 5, 5, 5};
+        EXPECT_EQ(ZEL_NO_INTEGRATION_TIME, c.call(&device, values));
+        for (int i = 0; i < 4; ++i)
+            EXPECT_EQ(i < c.values ? 0.0 : 5.0, values[i]);
+    }
+    Open(6, true);
+    instrument.PutWord(40, 0); // no tick
+    AltrixClose_M(&device);
+    char text[9];
+    ASSERT_EQ(ZEL_OK, zelOpenCalibrator_M(&device, 0, text));
+    EXPECT_EQ(ZEL_NO_INTEGRATION_TIME, zelMeasureLuminance_M(&device, 1, &number));
 }
 
 TEST_F(ValuesTest, DarkReferencesAreStoredWhereTheTypeKeepsThem)
@@ -227,6 +362,10 @@ TEST_F(ValuesTest, TheWaitForTheLoopEnds)
     instrument.TakeFrames();
     EXPECT_EQ(ZEL_OK, TenrixWaitForPLLToSettle_M(&device));
     EXPECT_EQ("24", instrument.TakeFrames());
+
+    instrument.lockDetect = 0;
+    instrument.exchangeMicroseconds = 0; // a clock that stands still
+    EXPECT_EQ(ZEL_OK, TenrixWaitForPLLToSettle_M(&device));
 }
 
 TEST_F(ValuesTest, ChannelVectorsOfAWantedColourComeBackThroughTheMatrix)
