@@ -22,6 +22,7 @@ protected:
         oxv_reset();
         device = oxv_attach("spectrophotometer", "usb");
         ASSERT_GT(device, 0) << oxv_last_error();
+        oxv_set_number(device, "strict", 0); // what is held here is the bench
         Reconnect();
     }
 

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include <cerrno>
+#include <sstream>
 
 namespace {
 
@@ -50,10 +51,175 @@ protected:
         return bytes;
     }
 
+    /// Steps of a host, in the words of the trace: "out C1 00 83 ..", "in C9 8", "read 256", "write 00 ..". The code of
+    /// a request may be followed by "recipient 1", "type 0", "value 0084", "index 0001".
+    /// @return whether each was taken, as a row of '+' and '-'
+    std::string Taken(const std::string& steps)
+    {
+        std::string taken;
+        std::istringstream list(steps);
+        for (std::string step; std::getline(list, step, ';');)
+            taken += Take(step) ? '+' : '-';
+        return taken;
+    }
+
+    bool Take(const std::string& step)
+    {
+        std::istringstream words(step);
+        words >> std::hex;
+        std::string what;
+        unsigned code = 0;
+        unsigned type = 2;
+        unsigned recipient = 0;
+        unsigned value = 0;
+        unsigned index = 0;
+        words >> what;
+        const bool isControl = what == "out" || what == "in";
+        if (isControl)
+            words >> code;
+        std::vector<unsigned> numbers;
+        for (std::string word; words >> word;)
+            if (word == "type" || word == "recipient" || word == "value" || word == "index")
+                words >> (word == "type" ? type : word == "recipient" ? recipient : word == "value" ? value : index);
+            else
+                numbers.push_back(
+                    static_cast<unsigned>(std::stoul(word, nullptr, what == "in" || what == "read" ? 10 : 16)));
+
+        const bool inwards = what == "in" || what == "read";
+        const Bytes bytes(inwards ? Bytes(numbers.at(0)) : Bytes(numbers.begin(), numbers.end()));
+        const auto low = [](unsigned number) { return static_cast<std::uint8_t>(number & 0xFF); };
+        const auto transfer = isControl
+            ? host->Pipe(0).MakeControl({low(what == "in"), low(type), low(recipient), 0, low(code), 0, low(value),
+                                         low(value >> 8), low(index), low(index >> 8)},
+                                        bytes.size())
+            : host->Pipe(inwards ? 1 : 2).MakeTransfer(bytes.size());
+        std::ranges::copy(bytes, transfer->Buffer().begin());
+        transfer->Submit(bytes.size());
+        transfer->Wait(60000);
+        const auto result = transfer->Result();
+        EXPECT_TRUE(result.kind == TransferKind::done || result.kind == TransferKind::stalled) << step;
+        return result.kind == TransferKind::done;
+    }
+
     oxv_device device = 0;
     std::unique_ptr<Host> host;
 };
 
+}
+
+TEST_F(SpectrophotometerFirmware, RefusesWhatNoHostHasAReasonToAskFor)
+{
+    struct Refused {
+        const char* what;
+        std::string steps; ///< of which the last is refused, unless the instrument is told to be lenient
+    };
+    const std::string parameters = "out C1 00 82 00 00 00 02 06 00"; // the shortest time of the first mode, two spectra
+    const std::string write = "out C3 00 00 01 00 00 02 00 00";
+    const Refused refused[] = {
+        {"recipient", "in C9 recipient 1 8"},
+        {"value", "out CA value 0001 1F"},
+        {"index", "in D1 index 0100 6"},
+        {"value of closing", "out D0 value 0002 00 00 00 00 00 00 00 00"},
+        {"value of the standard request", "out 00 type 0 00 00 00 00 00 00 00 00"},
+        {"index of firmware", "out A0 value 1234 index 0001 01"},
+        {"short reply", "in C9 7"},
+        {"long reply", "in C8 3"},
+        {"measuring without parameters", "out C0"},
+        {"ticks below the multiplier", "out C1 00 81 00 00 00 01 06 00"},
+        {"ticks below that of the mode chosen later", parameters + ";out CF 02;out C0"},
+        {"no spectrum", "out C1 00 82 00 00 00 00 06 00"},
+        {"257 spectra", "out C1 00 82 00 00 01 01 06 00"},
+        {"reserved bit", "out C1 00 82 00 00 00 01 16 00"},
+        {"write of 257 bytes", "out C3 00 00 00 00 01 01 00 00"},
+        {"write behind the log", "out C3 00 00 10 00 00 01 00 00"},
+        {"write over the log's end", "out C3 00 00 0F FF 00 02 00 00"},
+        {"request before the data", write + ";in C9 8"},
+        {"order before the zero bytes", write + ";write 01 02;out CF 01"},
+        {"request before the second zero byte", write + ";write 01 02;write 00;in D1 6"},
+        {"one of two spectra", parameters + ";out C0;read 256"},
+        {"more than two spectra", parameters + ";out C0;read 768"},
+        {"half a spectrum of a scan", "out C1 00 82 00 00 01 01 07 00;out C0;read 128"},
+        {"another size of memory", "out C4 00 00 00 00 00 10 00 00;read 15"},
+        {"reset mask", "out CA 02"},
+    };
+    for (const auto& row : refused) {
+        SCOPED_TRACE(row.what);
+        const auto before = static_cast<std::size_t>(std::ranges::count(row.steps, ';'));
+        for (const bool strict : {true, false}) {
+            oxv_set_number(device, "strict", strict);
+            EXPECT_EQ(Taken(row.steps), std::string(before, '+') + (strict ? '-' : '+'))
+                << (strict ? "strict" : "lenient");
+            host.reset();
+            oxv_unplug(device);
+            oxv_plug(device);
+            host = std::make_unique<Host>(Platform::UsbAddresses(127).at(0));
+        }
+    }
+}
+
+TEST_F(SpectrophotometerFirmware, TakesWhatAHostMayAskForAtTheLimits)
+{
+    EXPECT_EQ(Taken("out C1 00 82 00 00 01 00 00 FF;out C0;read 65536"), "+++") << "256 spectra, high sensitivity";
+    EXPECT_EQ(Taken("out C1 00 82 00 00 01 01 0F 00;out C0;read 512;read 2560;read 2560;out CA 07"), "++++++")
+        << "a scan";
+    EXPECT_EQ(Taken("out C3 00 00 0F 00 01 00 00 00"), "+") << "the end of the log";
+    EXPECT_EQ(Taken("out CA 01;read 256"), "++") << "a reset ends a write";
+    EXPECT_EQ(Taken("out 00 type 0 value 0084 00 00 00 00 00 00 00 00;out D0 value 0003 00 00 00 00 00 00 00 00"),
+              "++");
+
+    const std::string write = "out C3 00 00 01 00 00 02 00 00";
+    EXPECT_EQ(Taken(write + ";in C9 8;in C9 8;write 01 02"), "+-+-") << "the refused request has ended the write";
+    oxv_fault(device, "bulk-write", 1, 1, "fail");
+    Take(write);
+    EXPECT_FALSE(host->Write({1, 2}));
+    EXPECT_EQ(Taken("in C9 8"), "+") << "a write that broke on its way is over";
+
+    oxv_set_number(device, "device-status", 8);
+    EXPECT_EQ(Taken("out C1 00 82 00 00 00 01 02 00;out C0;out C1 00 82 00 00 00 01 00 00;out C0"), "+++-")
+        << "the lamp needs its power";
+    oxv_set_number(device, "device-status", 0);
+    EXPECT_EQ(Taken("out C0"), "+");
+}
+
+TEST_F(SpectrophotometerFirmware, EachPipeIsOpenOnce)
+{
+    const auto address = Platform::UsbAddresses(1).at(0);
+    Platform::TransferResult result;
+    EXPECT_EQ(Platform::OpenUsbPipe(address, 1, result), nullptr);
+    EXPECT_EQ(result.kind, TransferKind::denied);
+    EXPECT_EQ(result.number, EBUSY);
+    host->Pipe(1).Close();
+    EXPECT_NE(Platform::OpenUsbPipe(address, 1, result), nullptr);
+
+    const auto interrupt = Platform::OpenUsbPipe(address, 3, result);
+    const auto read = interrupt->MakeTransfer(8);
+    read->Submit(7);
+    EXPECT_EQ(read->Result().kind, TransferKind::stalled) << "a message has eight bytes";
+    read->Submit(8);
+    EXPECT_EQ(read->Result().kind, TransferKind::pending);
+}
+
+TEST_F(SpectrophotometerFirmware, ALampMeasurementBeginsWithADarkCycle)
+{
+    const auto milliseconds = [&](const std::string& flags) {
+        const auto before = oxv_clock_now();
+        EXPECT_EQ(Taken("out C1 03 E8 00 01 00 02 " + flags + " 00;out C0;read 512"), "+++");
+        return static_cast<double>(oxv_clock_now() - before) / 1000.0;
+    };
+    EXPECT_DOUBLE_EQ(milliseconds("04"), 8.84 + 3 * 68.0);
+    EXPECT_DOUBLE_EQ(milliseconds("0C"), 8.84 + 2 * 68.0) << "told to skip it";
+    EXPECT_DOUBLE_EQ(milliseconds("06"), 8.84 + 2 * 68.0) << "dark anyway";
+}
+
+TEST_F(SpectrophotometerFirmware, TheMemoryTakesItsTime)
+{
+    const auto milliseconds = [&](const std::string& steps) {
+        const auto before = oxv_clock_now();
+        Taken(steps);
+        return static_cast<double>(oxv_clock_now() - before) / 1000.0;
+    };
+    EXPECT_EQ(milliseconds("out C4 00 00 00 00 01 01 00 00;read 257"), 10.0);
+    EXPECT_EQ(milliseconds("out C3 00 00 00 00 00 01 00 00;write 07;write 00;write 00"), 5.0);
 }
 
 TEST_F(SpectrophotometerFirmware, AnswersEachRequest)
@@ -76,9 +242,11 @@ TEST_F(SpectrophotometerFirmware, AnswersEachRequest)
               "control C2 in 00 93 00 17 00 02 06 00\n"
               "control C7 out 01 02 03 04 AB CD\n"
               "control C8 in AB CD\n"
-              "control A0 out 01 02 03\n"
+              "control A0 out value 1234 01 02 03\n"
               "control CA out 1F\n"
-              "control D0 out 00 00 00 00 00 00 00 00\n");
+              "control D0 out value 0003 00 00 00 00 00 00 00 00\n");
+    EXPECT_EQ(Taken("in C9 type 1 recipient 2 index 0102 8"), "-");
+    EXPECT_EQ(Trace(), "control C9 in type 1 recipient 2 index 0102 stalled\n");
     EXPECT_EQ(Number("integration-ticks"), 147);
     EXPECT_EQ(Number("spectrum-count"), 2);
     EXPECT_EQ(Number("gain"), 1);
@@ -144,6 +312,7 @@ TEST_F(SpectrophotometerFirmware, MeasuresInItsOwnTime)
     const auto before = oxv_clock_now();
     host->Send(0xC0, {});
     EXPECT_EQ(oxv_clock_now(), before) << "the request itself takes no time";
+    oxv_set_number(device, "strict", 0);
     EXPECT_EQ(host->Read(256).size(), 256U);
     EXPECT_NEAR(static_cast<double>(oxv_clock_now() - before), 0.7e6, 0.01e6);
     EXPECT_EQ(host->Read(1000).size(), 256U) << "what is not there is left out";
@@ -159,7 +328,6 @@ TEST_F(SpectrophotometerFirmware, ResetDropsDataAndKeepsParameters)
     host->Prepare({.count = 3});
     host->Send(0xCF, {2});
     host->Send(0xC0, {});
-    EXPECT_EQ(host->Read(256).size(), 256U);
     host->Send(0xCA, {7});
     EXPECT_EQ(host->Read(256).size(), 0U);
     EXPECT_EQ(host->Ask(0xC2, 8).at(5), 3);
@@ -167,7 +335,7 @@ TEST_F(SpectrophotometerFirmware, ResetDropsDataAndKeepsParameters)
 
     host->Send(0xC0, {});
     host->Send(0xC0, {});
-    EXPECT_EQ(host->Read(2560).size(), 3 * 256U) << "a new measurement discards the unread one";
+    EXPECT_EQ(host->Read(768).size(), 768U) << "a new measurement discards the unread one";
 }
 
 TEST_F(SpectrophotometerFirmware, MemoryChangesByWholeWritesOnly)
@@ -223,6 +391,7 @@ TEST_F(SpectrophotometerFirmware, MemoryAsBuilt)
     EXPECT_THAT(Memory(0x1004 + 6 * 55, 2), ElementsAre(0xFF, 0xFF));
 
     const auto serialNumber = [&] {
+        host.reset();
         host = std::make_unique<Host>(Platform::UsbAddresses(1).at(0));
         host->ReadCalibration();
         return host->Longs(1211).at(0);
@@ -293,6 +462,7 @@ TEST_F(SpectrophotometerFirmware, SeveralInstrumentsStandSideBySide)
     const auto addresses = Platform::UsbAddresses(127);
     ASSERT_EQ(addresses.size(), 3U);
     EXPECT_EQ(Platform::UsbAddresses(2).size(), 2U);
+    host.reset();
     const auto version = [&](std::size_t index) { return Host(addresses.at(index)).Ask(0xC9, 8).at(1); };
     EXPECT_EQ(version(0), 302 & 0xFF);
     EXPECT_EQ(version(1), 305 & 0xFF) << "the order is that of the places";

@@ -51,6 +51,8 @@ struct MeasureParameters {
     bool Scan() const { return (flags & 1) != 0; }
     bool LampOff() const { return (flags & 2) != 0; }
     Gain GainSetting() const { return (flags & 4) != 0 ? Gain::normal : Gain::high; }
+    bool DarkCycleFirst() const { return !LampOff() && (flags & 8) == 0; }
+    bool HasUnknownFlags() const { return (flags & 0xF0) != 0; }
 };
 
 /// What a measurement is started with.
@@ -83,13 +85,18 @@ public:
     Identity identity;
     std::vector<MeasureMode> modes;
     MeasureParameters parameters;
+    bool strict = true; ///< refuses what a host has no reason to ask for; false: takes whatever it can make sense of
 
     /// One control request. Requests to the instrument read `data`, requests from it fill it.
     /// @return bytes moved; none if the instrument stalls
     std::optional<std::size_t> Control(const ControlSetup& setup, std::span<std::uint8_t> data, Moment now);
 
-    /// A transfer into the bulk pipe. False: the instrument stalls, and an EEPROM write that was under way is given up.
-    bool BulkWrite(std::span<const std::uint8_t> data);
+    /// A transfer into the bulk pipe.
+    /// @return when the instrument has taken it; none: it stalls, and a write that was under way is given up
+    std::optional<Moment> BulkWrite(std::span<const std::uint8_t> data, Moment now);
+
+    /// A transfer into the bulk pipe that broke on its way: the write that it belongs to is given up.
+    void BulkWriteFailed() { pendingWrite.reset(); }
 
     struct BulkData {
         std::size_t moved; ///< may be less than asked
@@ -98,7 +105,8 @@ public:
 
     /// A transfer out of the bulk pipe. What the instrument does not have, and will not have without a further request,
     /// is left out.
-    BulkData BulkRead(std::span<std::uint8_t> data, Moment now);
+    /// @return none: the instrument stalls, and the data stays
+    std::optional<BulkData> BulkRead(std::span<std::uint8_t> data, Moment now);
 
     /// The state after the cable was put in: only the memory is as it was.
     void PowerUp();
@@ -112,11 +120,16 @@ private:
     /// One request that the firmware knows.
     struct Command {
         std::uint8_t request;
+        std::uint8_t type;
         bool fromDevice;
         int length; ///< of the data stage; -1: any
+        int value;  ///< -1: any
         Handler handler;
     };
     static const Command commands[];
+
+    bool Takes(const Command& command, const ControlSetup& setup, std::size_t size) const;
+    bool Suits(const MeasureParameters& told) const;
 
     std::optional<std::size_t> Measure(const ControlSetup&, std::span<std::uint8_t>, Moment);
     std::optional<std::size_t> SetParameters(const ControlSetup&, std::span<std::uint8_t>, Moment);
@@ -151,14 +164,18 @@ private:
         std::size_t taken = 0;
         std::size_t blocksToCome = 0;
         std::optional<Measurement> running;
-        Moment start = 0;         ///< when the first reading began
-        double readingTime = 0.0; ///< microseconds of a block; 0: all is there at once
+        Moment start = 0;          ///< when the first block began
+        double blockTime = 0.0;    ///< microseconds; 0: all is there at once
+        std::size_t announced = 0; ///< bytes that a read has to ask for; 0: blocks, as many as it likes
+
+        bool IsOwedTo(std::size_t askedFor) const;
     };
 
     MemoryImage& memory;
     MeasuringHead& head;
     std::optional<PendingWrite> pendingWrite;
     Delivery delivery;
+    bool hasParameters = false;
     std::uint8_t mode = 1; ///< counted from 1
     std::uint16_t logicWord = 0xFFFF;
     int weakReplies = -1; ///< replies with status 8 that are still to come after the reset for power; -1: no reset yet

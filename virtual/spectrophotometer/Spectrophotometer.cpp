@@ -38,6 +38,7 @@ enum Row : std::size_t {
     hotPixelRate,
     uvCut,
     ambientHead,
+    strict,
     rowCount
 };
 
@@ -71,6 +72,7 @@ constexpr NumberRow numberTable[] = {
     {"hot-pixel", 120, 0, mostRate, false, false},
     {"uv-cut", 0, 0, 1, true, false},
     {"ambient-head", 1, 0, 1, true, false},
+    {"strict", 1, 0, 1, true, false},
 };
 static_assert(std::size(numberTable) == rowCount);
 
@@ -187,6 +189,9 @@ void Spectrophotometer::NumberChanged(std::size_t row)
     case lampScale:
     case lampTemperature:
         return optics.SetLamp(Number(lampTemperature), Number(lampScale), Number(uvCut) != 0.0);
+    case strict:
+        firmware.strict = value != 0.0;
+        return;
     case ambientHead:
         StoreAmbientHead(memory, value != 0.0);
         scene.ambientHead = value != 0.0;

@@ -40,6 +40,14 @@ std::string ControlPoint(const ControlSetup& setup)
     return "control:" + HexBytes({&setup.request, 1}).substr(1);
 }
 
+/// A field of a request that is 0 in most of them: " value 0084", or nothing.
+std::string Field(const char* name, std::uint16_t content)
+{
+    const std::uint8_t bytes[] = {static_cast<std::uint8_t>(content >> 8), static_cast<std::uint8_t>(content & 0xFF)};
+    const std::string hex = HexBytes(bytes);
+    return content == 0 ? "" : std::string(" ") + name + hex.substr(0, 3) + hex.substr(4);
+}
+
 std::string PipeText(const char* what, PipeKind kind)
 {
     return what + std::to_string(static_cast<unsigned>(kind));
@@ -70,11 +78,14 @@ std::shared_ptr<OpenPipe> UsbPort::Open(PipeKind kind, Moment now, Ending& endin
     default:
         break;
     }
+    if (firmware.strict && IsOpen(kind)) {
+        ending = Ending::busy;
+        return nullptr;
+    }
     ending = Ending::done;
     instrument.trace.Add(ChannelOf(kind), PipeText("open ", kind));
     auto pipe = std::make_shared<OpenPipe>(OpenPipe{kind, instrument.Session()});
-    if (kind == PipeKind::interruptIn)
-        interruptPipes.push_back(pipe);
+    openPipes.push_back(pipe);
     return pipe;
 }
 
@@ -86,12 +97,20 @@ void UsbPort::Close(OpenPipe& pipe, Moment now)
     for (const auto& transfer : std::vector<Holder>(inFlight))
         if (transfer->pipe.get() == &pipe)
             Cancel(*transfer, now);
-    std::erase_if(interruptPipes, [](const auto& other) { return other.expired() || !other.lock()->open; });
-    if (interruptPipes.empty())
+    std::erase_if(openPipes, [](const auto& other) { return other.expired() || !other.lock()->open; });
+    if (!IsOpen(PipeKind::interruptIn))
         messages.clear();
     if (instrument.faults.Pass({"close", "any"}) == Fault::unplug)
         instrument.Unplug(now);
     instrument.trace.Add(ChannelOf(pipe.kind), PipeText("close ", pipe.kind));
+}
+
+bool UsbPort::IsOpen(PipeKind kind) const
+{
+    return std::ranges::any_of(openPipes, [&](const auto& weak) {
+        const auto pipe = weak.lock();
+        return pipe && pipe->kind == kind && Lives(*pipe);
+    });
 }
 
 bool UsbPort::Lives(const OpenPipe& pipe) const
@@ -144,8 +163,13 @@ void UsbPort::Submit(const Holder& transfer, Moment now)
 
 void UsbPort::Perform(Transfer& transfer, Fault fault, Moment now)
 {
-    if (GivesQueuedAnswer(transfer, now) || EndsAtOnce(transfer, fault, now))
+    if (GivesQueuedAnswer(transfer, now))
         return;
+    if (EndsAtOnce(transfer, fault, now)) {
+        if (transfer.pipe->kind == PipeKind::bulkOut)
+            firmware.BulkWriteFailed();
+        return;
+    }
     switch (transfer.pipe->kind) {
     case PipeKind::control:
         return transfer.setup.fromDevice ? PerformRequest(transfer, fault, now) : PerformOrder(transfer, fault, now);
@@ -227,17 +251,20 @@ void UsbPort::PerformOrder(Transfer& transfer, Fault fault, Moment now)
 void UsbPort::PerformBulkRead(Transfer& transfer, Fault fault, Moment now)
 {
     const std::span data(transfer.buffer.data(), transfer.size);
-    const auto [moved, due] = firmware.BulkRead(data, now);
+    const auto delivered = firmware.BulkRead(data, now);
+    if (!delivered)
+        return End(transfer, Ending::stalled, 0, now);
     if (fault == Fault::garbage)
-        Scramble(data.first(moved));
-    End(transfer, Ending::done, BytesUnder(fault, moved), due);
+        Scramble(data.first(delivered->moved));
+    End(transfer, Ending::done, BytesUnder(fault, delivered->moved), delivered->due);
 }
 
 void UsbPort::PerformBulkWrite(Transfer& transfer, Fault fault, Moment now)
 {
     const Bytes arrived = Arriving(transfer, fault);
     instrument.trace.Add(Trace::Channel::main, "write " + std::to_string(arrived.size()) + HexBytes(arrived));
-    EndOutward(transfer, firmware.BulkWrite(arrived), arrived.size(), now);
+    const auto taken = firmware.BulkWrite(arrived, now);
+    EndOutward(transfer, taken.has_value(), arrived.size(), taken.value_or(now));
 }
 
 Bytes UsbPort::Arriving(const Transfer& transfer, Fault fault)
@@ -249,15 +276,17 @@ Bytes UsbPort::Arriving(const Transfer& transfer, Fault fault)
     return arrived;
 }
 
-void UsbPort::EndOutward(Transfer& transfer, bool accepted, std::size_t arrived, Moment now) const
+void UsbPort::EndOutward(Transfer& transfer, bool accepted, std::size_t arrived, Moment due) const
 {
     // What was cut short on the way ends in order for the host, whatever the instrument makes of it.
     const bool done = accepted || arrived < transfer.size;
-    End(transfer, done ? Ending::done : Ending::stalled, done ? arrived : 0, now);
+    End(transfer, done ? Ending::done : Ending::stalled, done ? arrived : 0, due);
 }
 
 void UsbPort::AwaitMessage(Transfer& transfer, Moment now)
 {
+    if (firmware.strict && transfer.size != std::size(keyMessage))
+        return End(transfer, Ending::stalled, 0, now);
     const std::size_t size = std::min(transfer.size, std::size(keyMessage));
     std::copy_n(keyMessage, size, transfer.buffer.begin());
     if (messages.empty())
@@ -271,7 +300,7 @@ void UsbPort::SendMessage(Moment due)
     const auto waiting = WaitingForMessage();
     if (waiting)
         End(*waiting, Ending::done, std::min(waiting->size, std::size(keyMessage)), due);
-    else if (!interruptPipes.empty())
+    else if (IsOpen(PipeKind::interruptIn))
         messages.push_back(due);
 }
 
@@ -377,9 +406,11 @@ bool UsbPort::IsSettled(Moment now) const
     const auto next = NextMessage();
     if (next && *next <= now)
         return false;
-    return std::ranges::all_of(interruptPipes, [&](const auto& weak) {
+    return std::ranges::all_of(openPipes, [&](const auto& weak) {
         const auto pipe = weak.lock();
-        return !pipe || !pipe->open || (Lives(*pipe) && !pipe->busyHost);
+        if (!pipe || !pipe->open || pipe->kind != PipeKind::interruptIn)
+            return true;
+        return Lives(*pipe) && !pipe->busyHost;
     });
 }
 
@@ -387,6 +418,9 @@ void UsbPort::TraceControl(const Transfer& transfer)
 {
     const auto& [fromDevice, type, recipient, request, value, index] = transfer.setup;
     std::string line = "control" + HexBytes({&request, 1}) + (fromDevice ? " in" : " out");
+    line += type == 2 ? "" : type == 0 ? " standard" : " type " + std::to_string(type);
+    line += recipient == 0 ? "" : " recipient " + std::to_string(recipient);
+    line += Field("value", value) + Field("index", index);
     const std::size_t shown = fromDevice ? transfer.moved : transfer.size;
     line += HexBytes({transfer.buffer.data(), shown});
     if (!transfer.due)

@@ -93,7 +93,7 @@ private:
     bool GivesQueuedAnswer(Transfer& transfer, Moment now);
     bool EndsAtOnce(Transfer& transfer, Fault fault, Moment now);
     void End(Transfer& transfer, Ending ending, std::size_t moved, Moment due) const;
-    void EndOutward(Transfer& transfer, bool accepted, std::size_t arrived, Moment now) const;
+    void EndOutward(Transfer& transfer, bool accepted, std::size_t arrived, Moment due) const;
     Bytes Arriving(const Transfer& transfer, Fault fault);
     void EndBulkReads(Moment now);
     void Scramble(std::span<std::uint8_t> bytes);
@@ -101,11 +101,12 @@ private:
     Holder WaitingForMessage() const;
     void TraceControl(const Transfer& transfer);
     bool Lives(const OpenPipe& pipe) const;
+    bool IsOpen(PipeKind kind) const;
 
     Instrument& instrument;
     Firmware& firmware;
     std::vector<Holder> inFlight;
-    std::vector<std::weak_ptr<OpenPipe>> interruptPipes;
+    std::vector<std::weak_ptr<OpenPipe>> openPipes;
     std::deque<Moment> messages; // when each is due
     std::mt19937_64 random;
     std::uint64_t lastNumber = 0;

@@ -90,7 +90,7 @@ TEST_F(Bench, OpeningMeasuringAndClosingAreExactlyTheseExchanges)
         const auto trace = TakeTrace(device);
         ASSERT_EQ(trace.size(), 5U);
         EXPECT_EQ(trace[0], "control CA out 07");
-        EXPECT_EQ(trace[1], "control A0 out 01 02 03");
+        EXPECT_EQ(trace[1], "control A0 out value 1234 01 02 03");
         EXPECT_EQ(trace[2], "control C7 out 00 01 00 02 FF FE");
         EXPECT_THAT(trace[3], testing::StartsWith("control C8 in"));
         EXPECT_EQ(trace[4], "sleep 1 ms");
@@ -99,8 +99,8 @@ TEST_F(Bench, OpeningMeasuringAndClosingAreExactlyTheseExchanges)
     for (const auto& line : LogCopy(0x08))
         closing.push_back(line);
     closing.insert(closing.end(),
-                   {"control 00 out 00 00 00 00 00 00 00 00", "control D0 out 00 00 00 00 00 00 00 00", "close 2",
-                    "close 1", "close 0"});
+                   {"control 00 out standard value 0084 00 00 00 00 00 00 00 00",
+                    "control D0 out value 0003 00 00 00 00 00 00 00 00", "close 2", "close 1", "close 0"});
     EXPECT_EQ(WithoutLongData(TakeTrace(device)), closing);
 }
 
