@@ -81,6 +81,22 @@ protected:
         return {(shape[0] + shape[1]) / 2.0, std::accumulate(shape.begin() + 22, shape.begin() + 28, 0.0) / 6.0};
     }
 
+    /// Of one pixel over the readings.
+    static double Mean(const std::vector<Host::Counts>& readings)
+    {
+        double sum = 0.0;
+        for (const auto& reading : readings)
+            sum += reading.at(30);
+        return sum / static_cast<double>(readings.size());
+    }
+    static double Spread(const std::vector<Host::Counts>& readings)
+    {
+        double squares = 0.0;
+        for (const auto& reading : readings)
+            squares += std::pow(reading.at(30) - Mean(readings), 2);
+        return std::sqrt(squares / static_cast<double>(readings.size()));
+    }
+
     oxv_device device = 0;
 };
 
@@ -327,13 +343,25 @@ TEST_F(SpectrophotometerOptics, NoiseFollowsTheSeed)
     oxv_seed(7);
     EXPECT_EQ(host->Measure(order), first);
     EXPECT_NE(second, first);
+    EXPECT_NEAR(Spread(first), 20.0, 5.0);
+}
 
-    double sum = 0.0;
-    double squares = 0.0;
-    for (const auto& reading : first) {
-        sum += reading.at(30);
-        squares += reading.at(30) * reading.at(30);
+TEST_F(SpectrophotometerOptics, LightHasNoiseOfItsOwn)
+{
+    oxv_set_number(device, "shot-noise", 0.5);
+    PutOn("source");
+    const auto host = MakeHost();
+    const auto measure = [&](double radiance, int gain) {
+        Put("emission", [&](double) { return radiance; });
+        const auto readings = host->Measure({.seconds = 0.1, .count = 250, .lampOff = true, .gain = gain});
+        return std::pair(Mean(readings), Spread(readings));
+    };
+    const auto [dark, darkSpread] = measure(0.0, 1);
+    EXPECT_NEAR(darkSpread, 0.5 * std::sqrt(4.0), 0.4) << "40 counts a second";
+    for (const double radiance : {0.1, 0.4}) {
+        const auto [counts, spread] = measure(radiance, 1);
+        EXPECT_NEAR(spread / (0.5 * std::sqrt(counts)), 1.0, 0.15) << counts;
     }
-    const double mean = sum / 200.0;
-    EXPECT_NEAR(std::sqrt(squares / 200.0 - mean * mean), 20.0, 5.0);
+    const auto [counts, spread] = measure(0.04, 0);
+    EXPECT_NEAR(spread / (0.5 * std::sqrt(counts * 9.6)), 1.0, 0.15) << "the gain makes light and noise larger";
 }

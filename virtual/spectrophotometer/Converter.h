@@ -28,7 +28,8 @@ class Converter {
 public:
     double pedestal = 300.0;    ///< added to every word
     double clipLevel = 57000.0; ///< the highest word
-    double noise = 0.0;         ///< rms, in words
+    double noise = 0.0;         ///< rms, in words, whatever the light
+    double shotNoise = 0.0;     ///< rms of one collected count at normal gain; of n counts sqrt(n) times as much
 
     void Seed(std::uint64_t seed);
 
@@ -36,6 +37,8 @@ public:
     std::uint16_t Word(double counts, Gain gain);
 
 private:
+    double Disturbance(double rms) { return rms > 0.0 ? rms * normal(random) : 0.0; }
+
     std::mt19937_64 random;
     std::normal_distribution<double> normal;
 };

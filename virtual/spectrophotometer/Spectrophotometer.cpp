@@ -39,6 +39,7 @@ enum Row : std::size_t {
     uvCut,
     ambientHead,
     strict,
+    shotNoise,
     rowCount
 };
 
@@ -73,6 +74,7 @@ constexpr NumberRow numberTable[] = {
     {"uv-cut", 0, 0, 1, true, false},
     {"ambient-head", 1, 0, 1, true, false},
     {"strict", 1, 0, 1, true, false},
+    {"shot-noise", 0, 0, 100, false, false},
 };
 static_assert(std::size(numberTable) == rowCount);
 
@@ -161,6 +163,9 @@ void Spectrophotometer::NumberChanged(std::size_t row)
         return;
     case noise:
         converter.noise = value;
+        return;
+    case shotNoise:
+        converter.shotNoise = value;
         return;
     case offsetWord:
         converter.pedestal = value;
