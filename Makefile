@@ -4,7 +4,7 @@ PRESET ?= release
 SOURCES = $$(git ls-files '*.cpp' '*.h' '*.c')
 
 .DEFAULT_GOAL := help
-.PHONY: help demo check build test format format-check tidy debug coverage bench color-digest fuzz check-kernel install clean
+.PHONY: help demo check build test format format-check tidy debug coverage bench color-digest fuzz check-kernel mutants install clean
 
 help: ## list the targets
 	@awk -F ':.*## ' '/^[a-z-]+:.*## / { printf "  make %-14s %s\n", $$1, $$2 }' $(MAKEFILE_LIST)
@@ -64,6 +64,10 @@ fuzz: ## ten minutes of fuzzing per target
 check-kernel: ## the USB transport on a real kernel's usbfs, in an emulated machine
 	@tools/setup.sh kernel
 	@tools/check-kernel.sh
+
+mutants: ## plant N (100) one-line faults in ROOM by SEED (1), or those of AT="FILE:LINE ...", and see the tests catch them
+	@tools/setup.sh mutants
+	@tools/mutants.py --room "$(ROOM)" --count $(or $(N),100) --seed $(or $(SEED),1) --jobs $(or $(J),2) $(if $(AT),--at $(AT))
 
 install: ## install the libraries into PREFIX (default /usr/local)
 	@tools/setup.sh build

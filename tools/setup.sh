@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs what is missing for a purpose: build, check, tidy, coverage, kernel. As root or by sudo without a password; otherwise it
-# prints the one command that would.
+# Installs what is missing for a purpose: build, check, tidy, coverage, kernel,
+# mutants. As root or by sudo without a password; otherwise it prints the one command that would.
 set -euo pipefail
 
 packages=(g++ cmake make ninja-build pkg-config libusb-1.0-0-dev)
@@ -11,6 +11,7 @@ case "${1:-build}" in
     check) packages+=("${check[@]}") ;;
     tidy) packages+=("${check[@]}" clang-tidy) ;;
     coverage) packages+=("${check[@]}" gcovr) ;;
+    mutants) packages+=("${check[@]}" python3) ;;
     kernel) packages+=("${check[@]}" qemu-system-x86 busybox-static cpio xz-utils) ;;
     *) echo "setup.sh: unknown purpose $1" >&2; exit 2 ;;
 esac
