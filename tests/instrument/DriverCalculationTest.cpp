@@ -159,6 +159,45 @@ TEST(DriverCalculation, RefusesABadWhiteAndDropsTheOldOne)
                 ThrowsMessage<CalculationException>("White calculation: Sample calculation: Data not valid"));
 }
 
+TEST(DriverCalculation, RefusesAResultThatIsNoFiniteNumber)
+{
+    struct Case {
+        const char* what;
+        Configuration::PropertyId id;
+        float value;
+        const char* white;  ///< null: it works
+        const char* sample; ///< of reflectance
+        const char* light;
+    };
+    const char* const sample = "Sample calculation: Data is not valid";
+    const char* const white = "White calculation: Sample calculation: Data is not valid";
+    const char* const noWhite = "Sample calculation: White data not valid";
+    const Case cases[] = {
+        {"a weight that overflows", Configuration::MatrixCoefficients, 1e38F, white, noWhite, sample},
+        {"a factor that overflows", Configuration::EmissionCalibration, 1e38F, white, noWhite, sample},
+        {"an ambient factor", Configuration::AmbientCalibration, 1e38F, nullptr, nullptr, nullptr},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        Properties calibration = Calibration();
+        Floats values = calibration.GetProperty(c.id).AsFloatVector();
+        values[values.size() / 2] = c.value;
+        calibration.SetProperty(c.id, values);
+        DriverCalculation calculation = Calibrated(calibration);
+        SensorData data = Data({WhiteReading()});
+        const auto expect = [&](const char* text, const auto& call) {
+            if (text == nullptr)
+                EXPECT_NO_THROW(call());
+            else
+                EXPECT_THAT(call, ThrowsMessage<CalculationException>(text));
+        };
+        expect(c.white, [&] { calculation.White(data, true, 1.0F); });
+        expect(c.sample, [&] { SampleOf(calculation, Flat(5000), "Remission"); });
+        expect(c.light, [&] { SampleOf(calculation, Flat(5000), "Emission"); });
+        EXPECT_THROW(SampleOf(calculation, Flat(5000), "AmbientLight"), CalculationException);
+    }
+}
+
 TEST(DriverCalculation, IsSaturatedByMoreThanTenCountsAReadingAboveTheLimitOfTheGain)
 {
     const DriverCalculation calculation(Calibration());

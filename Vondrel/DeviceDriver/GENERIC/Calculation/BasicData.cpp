@@ -4,6 +4,7 @@
 #include "Vondrel/Utilities/Exceptions/TraceGuard.h"
 
 #include <algorithm>
+#include <cmath>
 #include <functional>
 
 namespace Vondrel::DeviceDriver::Generic::Calculation {
@@ -81,6 +82,14 @@ try {
     Begin();
 }
 TRACE_GUARD("BasicData", "SetSize")
+
+bool BasicData::DataIsFinite() const
+{
+    const auto isFinite = [](const std::vector<float>& values) {
+        return std::all_of(values.begin(), values.end(), [](float value) { return std::isfinite(value); });
+    };
+    return DataIsValid() && std::all_of(data.begin(), data.end(), isFinite);
+}
 
 void BasicData::ThrowIfDataNotValid() const
 {

@@ -43,6 +43,8 @@ public:
     void Invalidate() { data.clear(); }
     /// True if a measurement is selected.
     bool DataIsValid() const { return index < data.size(); }
+    /// True if a measurement is selected and every value of every measurement is a finite number.
+    bool DataIsFinite() const;
     /// @throws DataException "Data not valid"
     void ThrowIfDataNotValid() const;
     /// @throws CalculationException  size, gain or integration time differ

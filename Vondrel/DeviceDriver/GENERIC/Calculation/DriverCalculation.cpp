@@ -114,7 +114,7 @@ try {
     white.CalculateCorrection(Floats(Configuration::ReflectanceWhiteReference));
 
     const bool optimal = SensorIsOptimal(data, factor);
-    if (!white.DataIsValid())
+    if (!white.DataIsFinite())
         throw DataException("Data is not valid", THROW_LOCATION("DriverCalculation", "White"));
     return optimal;
 } catch (const DeviceDriverException& failure) {
@@ -136,7 +136,7 @@ try {
     reference = data;
 
     const bool optimal = SensorIsOptimal(data, 1.0F);
-    if (!reference.DataIsValid())
+    if (!reference.DataIsFinite())
         throw DataException("Data is not valid", THROW_LOCATION("DriverCalculation", "Reference"));
     return optimal;
 } catch (const DeviceDriverException& failure) {
@@ -165,7 +165,7 @@ try {
         throw DataException("Unknown measure mode", THROW_LOCATION("DriverCalculation", "Sample"));
 
     result = data;
-    if (!result.DataIsValid())
+    if (!result.DataIsFinite())
         throw DataException("Data is not valid", THROW_LOCATION("DriverCalculation", "Sample"));
 } catch (const DeviceDriverException& failure) {
     result.Invalidate();

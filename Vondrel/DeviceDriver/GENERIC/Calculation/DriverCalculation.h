@@ -20,7 +20,7 @@ namespace Vondrel::DeviceDriver::Generic::Calculation {
 /// White, Reference, Sample, NewIntegrationTime and InternalDark put their name in front of any failure of the driver,
 /// "White calculation: " for instance, and throw it as a CalculationException; what they were to fill is then invalid.
 /// A ResourceException, for a calibration value that is missing, passes as it is. Calibration values that are no finite
-/// numbers fail with a DataException.
+/// numbers fail with a DataException, and so does a result that they make no finite number of: "Data is not valid".
 class DriverCalculation : public Configuration::Properties {
 public:
     explicit DriverCalculation(const Properties& calibration);
