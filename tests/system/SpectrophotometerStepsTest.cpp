@@ -270,3 +270,19 @@ TEST_F(SpectrophotometerSteps, ADarkThatIsSimulatedSendsNothing)
     oxv_clock_advance(threeSeconds);
     EXPECT_THAT(StepsOf(OX_TriggerMeasurement), ElementsAre("on 1 at 20.0 ms"));
 }
+
+TEST_F(SpectrophotometerSteps, ARequestToWriteTheLogIsAnsweredOnce)
+{
+    CalibrateIn("SingleReflectance");
+    Show("sample");
+    ASSERT_OK(OX_TriggerMeasurement());
+    const auto writes = [this] {
+        const std::int64_t before = oxv_count(device, "control:C3");
+        EXPECT_OK(OX_TriggerMeasurement());
+        return oxv_count(device, "control:C3") - before;
+    };
+    ASSERT_OK(Set("20001", "1"));
+    EXPECT_GT(writes(), 0);
+    EXPECT_EQ(Option("20001"), "");
+    EXPECT_EQ(writes(), 0);
+}

@@ -71,7 +71,7 @@ TEST_F(Bench, OpeningMeasuringAndClosingAreExactlyTheseExchanges)
                     ElementsAre("open 0", "open 1", "open 2", "control CA out 1F",
                                 "control C4 out 00 00 00 00 20 00 00 00", "submit bulk-read 8192 #1", "done #1 8192",
                                 identification, identification, "control CA out 1F"));
-        driver.ExecuteMeasurement(Conditions(3, false));
+        Measure(driver, 3, false);
         EXPECT_THAT(Renumbered(TakeTrace(device)),
                     ElementsAre("control CF out 01", "control D1 in 02 01 00 82 44 01",
                                 "control C1 out 01 26 00 00 00 03 04 00", "control C0 out", "submit bulk-read 768 #1",
@@ -108,7 +108,7 @@ TEST_F(Bench, AScanAlwaysHasAReadInFlight)
 {
     BrindleLowLevelDriver driver(nullptr, 0);
     TakeTrace(device);
-    EXPECT_EQ(driver.ExecuteMeasurement(Conditions(1, true)).size(), 25U);
+    EXPECT_EQ(Measure(driver, 1, true).size(), 25U);
     int inFlight = 0;
     int submitted = 0;
     for (const auto& line : TakeTrace(device)) {
@@ -133,7 +133,7 @@ TEST_F(Bench, CountsAreThoseOfTheSensor)
     BrindleLowLevelDriver driver(nullptr, 0);
     const auto measure = [&](const std::vector<float>& sample) {
         oxv_set_curve(device, "sample", sample.data(), sample.size(), 380, 10);
-        return driver.ExecuteMeasurement(Conditions(1, false))[0].LoadRawData()[0];
+        return Measure(driver, 1, false)[0].LoadRawData()[0];
     };
     const auto dark = measure(black);
     const auto half = measure(grey);
@@ -154,7 +154,7 @@ TEST_F(Bench, TellsOfTheKeyAndOfARemoval)
     EXPECT_THAT(recorder.Await(1), ElementsAre(20011));
     oxv_unplug(device);
     EXPECT_THAT(recorder.Await(2), ElementsAre(20011, 20010));
-    EXPECT_EQ(Thrown([&] { driver.ExecuteMeasurement(Conditions(1, false)); }),
+    EXPECT_EQ(Thrown([&] { Measure(driver, 1, false); }),
               "IOException: Device IO control failed:  (Win32 Error (19) : no such device)");
     EXPECT_EQ(recorder.Await(2).size(), 2U);
 }

@@ -35,12 +35,19 @@ Properties Conditions(std::int32_t spectra, bool scan)
     return conditions;
 }
 
+std::vector<Vondrel::DeviceDriver::Generic::Calculation::SensorData> Measure(LowLevelDriver& driver,
+                                                                             std::int32_t spectra, bool scan)
+{
+    Properties conditions = Conditions(spectra, scan);
+    return driver.ExecuteMeasurement(conditions);
+}
+
 std::vector<RawSpectrum> Travel(EventListener* listener)
 {
     std::vector<RawSpectrum> spectra;
     const auto driver = LowLevelDriver::Instance(listener, 0);
     for (const bool scan : {false, true})
-        for (auto& record : driver->ExecuteMeasurement(Conditions(scan ? 1 : 3, scan)))
+        for (auto& record : Measure(*driver, scan ? 1 : 3, scan))
             spectra.insert(spectra.end(), record.LoadRawData().begin(), record.LoadRawData().end());
     Properties store;
     store.SetProperty(LogDumpRequest, std::int32_t{1});

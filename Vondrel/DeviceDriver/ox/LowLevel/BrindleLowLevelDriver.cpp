@@ -149,13 +149,11 @@ try {
 }
 TRACE_GUARD("BrindleLowLevelDriver", "RemoveListener")
 
-std::vector<SensorData> BrindleLowLevelDriver::ExecuteMeasurement(const Properties& conditions)
+std::vector<SensorData> BrindleLowLevelDriver::ExecuteMeasurement(Properties& conditions)
 try {
     const Request request(conditions);
-    if (!request.IsSimulated()) {
-        auto sent = conditions;
-        StoreData(sent);
-    }
+    if (!request.IsSimulated())
+        StoreData(conditions);
     const auto spectra = GatherRawSpectra(request);
 
     SensorData record;

@@ -14,7 +14,7 @@ public:
 
     void RemoveListener(Generic::EventListener* listener) override;
     std::vector<Generic::Calculation::SensorData>
-    ExecuteMeasurement(const Generic::Configuration::Properties& conditions) override;
+    ExecuteMeasurement(Generic::Configuration::Properties& conditions) override;
     BrindleLog& GetLogData(bool mayDump) override;
     void LoadData(Generic::Configuration::Properties& container) override;
     void StoreData(Generic::Configuration::Properties& container) override;

@@ -39,11 +39,12 @@ public:
     /// No message of the instrument reaches the listener after this.
     virtual void RemoveListener(EventListener* listener) = 0;
 
-    /// Measures under these conditions. They hold 2000 to 2003, 2008 to 2010, 2013, 2014 and 2015.
+    /// Measures under these conditions. They hold 2000 to 2003, 2008 to 2010, 2013, 2014 and 2015. A request in them to
+    /// write the log (20001) is answered once, and becomes 0.
     /// @return one record with all spectra; in a scan one record for each spectrum, in their order
     /// @throws DataException      the number of spectra is not 1 to 65535, or the data of the instrument are bad
     /// @throws ResourceException  "Integration time too high", "Integration time too low", a condition is missing
-    virtual std::vector<Calculation::SensorData> ExecuteMeasurement(const Configuration::Properties& conditions) = 0;
+    virtual std::vector<Calculation::SensorData> ExecuteMeasurement(Configuration::Properties& conditions) = 0;
 
     /// The usage log.
     /// @param mayDump  write it to the instrument first, if it is time to
