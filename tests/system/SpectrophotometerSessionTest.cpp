@@ -509,6 +509,9 @@ TEST_F(SpectrophotometerSession, AnErrorHandlerMayCallBack)
 
 TEST_F(SpectrophotometerSession, ARecognitionCallbackMayCallBack)
 {
+    struct Silent : std::exception {
+        const char* what() const noexcept override { return nullptr; }
+    };
     struct Case {
         const char* what;
         std::function<void()> action;
@@ -522,6 +525,7 @@ TEST_F(SpectrophotometerSession, ARecognitionCallbackMayCallBack)
         {"another mode", [] { OX_SetOption("MeasurementMode", "SingleReflectance"); }},
         {"another measurement", [] { OX_TriggerMeasurement(); }},
         {"an exception", [] { throw std::runtime_error("no"); }, OX_RecognitionFailed},
+        {"an exception without a text", [] { throw Silent(); }, OX_RecognitionFailed},
     };
     LayStrip();
     for (const auto& [what, action, expected] : cases) {

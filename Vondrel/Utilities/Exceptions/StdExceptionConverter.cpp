@@ -30,7 +30,8 @@ void StdExceptionConverter::Rethrow(const std::exception& e) const
     ThrowIfExactly<std::bad_alloc, BadAllocException>(e, location);
     ThrowIfExactly<std::bad_typeid, BadTypeidException>(e, location);
     ThrowIfExactly<std::bad_cast, BadCastException>(e, location);
-    throw RuntimeException(TypeName(typeid(e)) + " " + e.what(), location);
+    const char* const text = e.what(); // an application's own exception may have none
+    throw RuntimeException(TypeName(typeid(e)) + " " + (text != nullptr ? text : ""), location);
 }
 
 }
