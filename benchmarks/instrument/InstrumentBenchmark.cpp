@@ -6,6 +6,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
+
 using namespace Vondrel::DeviceDriver::Generic;
 using namespace Vondrel::DeviceDriver::Generic::Calculation;
 
@@ -96,5 +98,21 @@ void RecognizeFlashes(benchmark::State& state)
             state.SkipWithError("no flashes");
 }
 BENCHMARK(RecognizeFlashes)->Arg(100)->Arg(1000)->Unit(benchmark::kMicrosecond);
+
+/// One flash whose flanks are as long as the series.
+void RecognizeALongFlash(benchmark::State& state)
+{
+    std::vector<SpectrumData> readings;
+    for (std::int64_t i = 0; i < state.range(0); ++i) {
+        const auto level = static_cast<float>(std::min(i, state.range(0) - i));
+        readings.push_back(ChartScan::Reading(std::vector<float>(bands, level)));
+    }
+    FlashRecognition recognition;
+    std::vector<SpectrumData> flashes;
+    for (auto _ : state)
+        benchmark::DoNotOptimize(recognition.Execute(readings, flashes));
+    state.SetComplexityN(state.range(0));
+}
+BENCHMARK(RecognizeALongFlash)->Arg(1000)->Arg(60000)->Unit(benchmark::kMicrosecond)->Complexity(benchmark::oN);
 
 }

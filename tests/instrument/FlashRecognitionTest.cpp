@@ -3,7 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <limits>
+#include <random>
 
 using namespace Vondrel::DeviceDriver::Generic::Calculation;
 using testing::IsEmpty;
@@ -88,6 +90,48 @@ TEST(FlashRecognition, SumsWhatEachFlashAddsToTheAmbientLight)
             EXPECT_EQ(recognized[flash].GetIntegrationTime(), time);
             EXPECT_EQ(recognized[flash].GetGain(), 0);
         }
+    }
+}
+
+TEST(FlashRecognition, FindsInOneWalkWhatAWalkFromEachReadingFinds)
+{
+    // Each reading that stands out, walked from in both directions, as a flash is defined.
+    const auto flagged = [](const Levels& levels) {
+        const auto [lowest, highest] = std::minmax_element(levels.begin(), levels.end());
+        const double threshold = (double{*highest} - *lowest) / 3.0 + *lowest;
+        std::vector<bool> flags(levels.size());
+        for (std::size_t i = 0; i < levels.size(); ++i)
+            for (const int step : {-1, 1}) {
+                if (levels[i] <= threshold)
+                    break;
+                flags[i] = true;
+                bool falling = false;
+                for (std::size_t j = i + static_cast<std::size_t>(step); j < levels.size() && j != 0;
+                     j += static_cast<std::size_t>(step)) {
+                    const bool falls = levels[j] < levels[j - static_cast<std::size_t>(step)];
+                    if (falling && !falls)
+                        break;
+                    falling = falling || falls;
+                    flags[j] = true;
+                }
+            }
+        return flags;
+    };
+    std::mt19937 chance(1);
+    FlashRecognition recognition;
+    for (int series = 0; series < 3000; ++series) {
+        Levels levels(2 + chance() % 40);
+        for (std::size_t i = 0; i < levels.size(); ++i)
+            levels[i] = series % 2 == 0 ? static_cast<float>(chance() % 5 * 300) // with level places
+                                        : levels[i - (i > 0)] + static_cast<float>(chance() % 401) - 200;
+        const auto flags = flagged(levels);
+        std::size_t flashes = flags[0] ? 1 : 0;
+        for (std::size_t i = 1; i < flags.size(); ++i)
+            flashes += flags[i] && !flags[i - 1] ? 1 : 0;
+        std::vector<SpectrumData> recognized;
+        if (!recognition.Execute(Series(levels), recognized) || recognized.empty())
+            continue; // no ambient light, or nothing stands out
+        ASSERT_EQ(recognized.size(), flashes) << "series " << series;
     }
 }
 

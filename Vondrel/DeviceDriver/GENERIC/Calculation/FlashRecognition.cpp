@@ -40,10 +40,11 @@ try {
         return;
     }
     determinFlashArea();
-    recognized.assign(numberOfFlashes(), SpectrumData());
-    for (std::size_t flash = 0; flash < recognized.size(); ++flash) {
-        const std::vector<float> ambient = createAmbientLight(measured, flash);
-        std::vector<float> light = createFlash(measured, ambient, flash);
+    const std::vector<std::size_t> starts = flashStartPositions();
+    recognized.assign(starts.size(), SpectrumData());
+    for (std::size_t flash = 0; flash < starts.size(); ++flash) {
+        const std::vector<float> ambient = createAmbientLight(measured, starts[flash]);
+        std::vector<float> light = createFlash(measured, ambient, starts[flash]);
         normalizeTimeBase(light, measured.front().GetIntegrationTime());
 
         SpectrumData& result = recognized[flash];
@@ -93,60 +94,48 @@ double FlashRecognition::standardDeviation(double mean) const
 
 void FlashRecognition::determinFlashArea()
 {
-    for (std::size_t i = 0; i < energies.size(); ++i) {
-        if (energies[i] > flashThreshold) {
-            flashFlags[i] = 1;
-            determinFlashAreaLowerPart(i, false);
-            determinFlashAreaLowerPart(i, true);
+    determinFlashAreaLowerPart(false);
+    determinFlashAreaLowerPart(true);
+}
+
+/// Marks what stands out, and in one walk over the series the flanks behind all of it, in the direction of the walk: a
+/// flank may rise or stay level at first, and ends where the energy has fallen and rises again. No flank touches
+/// reading 0.
+void FlashRecognition::determinFlashAreaLowerPart(bool backward)
+{
+    enum { outside, rising, falling } flank = outside;
+    const std::size_t count = energies.size();
+    for (std::size_t step = 0; step < count; ++step) {
+        const std::size_t i = backward ? count - 1 - step : step;
+        if (i == 0)
+            flank = outside;
+        if (flank != outside) {
+            if (energies[i] < energies[backward ? i + 1 : i - 1])
+                flank = falling;
+            else if (flank == falling)
+                flank = outside;
         }
+        if (energies[i] > flashThreshold)
+            flank = rising; // reaches at least as far as a flank that falls already
+        if (flank != outside)
+            flashFlags[i] = 1;
     }
 }
 
-/// Extends a flash over one of its flanks: a flank may rise or stay level at first, and ends where the energy has
-/// fallen and rises again. A walk never touches reading 0.
-void FlashRecognition::determinFlashAreaLowerPart(std::size_t reading, bool backward)
+/// @return the first reading of each flash
+std::vector<std::size_t> FlashRecognition::flashStartPositions() const
 {
-    double previous = energies[reading];
-    bool falling = false;
-    std::size_t next = backward ? reading - 1 : reading + 1; // in front of reading 0 it wraps, and is outside
-    while (next < energies.size() && next != 0) {
-        if (energies[next] < previous)
-            falling = true;
-        else if (falling)
-            return;
-        flashFlags[next] = 1;
-        previous = energies[next];
-        next = backward ? next - 1 : next + 1;
-    }
-}
-
-bool FlashRecognition::FlashBeginsAt(std::size_t reading) const
-{
-    return flashFlags[reading] != 0 && (reading == 0 || flashFlags[reading - 1] == 0);
-}
-
-std::size_t FlashRecognition::numberOfFlashes() const
-{
-    std::size_t flashes = 0;
+    std::vector<std::size_t> starts;
     for (std::size_t i = 0; i < flashFlags.size(); ++i)
-        flashes += FlashBeginsAt(i) ? 1 : 0;
-    return flashes;
+        if (flashFlags[i] != 0 && (i == 0 || flashFlags[i - 1] == 0))
+            starts.push_back(i);
+    return starts;
 }
 
-/// @param flash  from 0
-std::size_t FlashRecognition::getFlashStartPosition(std::size_t flash) const
-try {
-    for (std::size_t i = 0; i < flashFlags.size(); ++i)
-        if (FlashBeginsAt(i) && flash-- == 0)
-            return i;
-    throw CalculationException("Flash position not found", THROW_LOCATION("FlashRecognition", "getFlashStartPosition"));
-}
-TRACE_GUARD("FlashRecognition", "getFlashStartPosition")
-
+/// @param start  the first reading of a flash
 std::vector<float> FlashRecognition::createAmbientLight(const std::vector<SpectrumData>& measured,
-                                                        std::size_t flash) const
+                                                        std::size_t start) const
 try {
-    const std::size_t start = getFlashStartPosition(flash);
     std::vector<float> sum(measured.front().LoadData().size());
     std::int32_t taken = 0;
     for (std::size_t i = start - std::min(start, ambientReadingsBefore); i < measured.size() && taken < ambientReadings;
@@ -162,10 +151,10 @@ try {
 TRACE_GUARD("FlashRecognition", "createAmbientLight")
 
 std::vector<float> FlashRecognition::createFlash(const std::vector<SpectrumData>& measured,
-                                                 const std::vector<float>& ambient, std::size_t flash) const
+                                                 const std::vector<float>& ambient, std::size_t start) const
 try {
     std::vector<float> sum(ambient.size());
-    for (std::size_t i = getFlashStartPosition(flash); i < measured.size() && flashFlags[i] != 0; ++i)
+    for (std::size_t i = start; i < measured.size() && flashFlags[i] != 0; ++i)
         vectorSum(sum, vectorDifference(measured[i].LoadData(), ambient));
     return sum;
 }

@@ -22,17 +22,15 @@ private:
     double analyzeEnergies(const std::vector<SpectrumData>& measured);
     double standardDeviation(double mean) const;
     void determinFlashArea();
-    void determinFlashAreaLowerPart(std::size_t reading, bool backward);
-    std::size_t numberOfFlashes() const;
-    std::size_t getFlashStartPosition(std::size_t flash) const;
-    std::vector<float> createAmbientLight(const std::vector<SpectrumData>& measured, std::size_t flash) const;
+    void determinFlashAreaLowerPart(bool backward);
+    std::vector<std::size_t> flashStartPositions() const;
+    std::vector<float> createAmbientLight(const std::vector<SpectrumData>& measured, std::size_t start) const;
     std::vector<float> createFlash(const std::vector<SpectrumData>& measured, const std::vector<float>& ambient,
-                                   std::size_t flash) const;
+                                   std::size_t start) const;
     static void normalizeTimeBase(std::vector<float>& values, float time);
     static void vectorSum(std::vector<float>& a, const std::vector<float>& b);
     static std::vector<float> vectorDifference(const std::vector<float>& a, const std::vector<float>& b);
     static void vectorDivide(std::vector<float>& values, std::int32_t divisor);
-    bool FlashBeginsAt(std::size_t reading) const;
 
     std::vector<std::uint8_t> flashFlags; // of each reading
     std::vector<double> energies;         // of each reading
