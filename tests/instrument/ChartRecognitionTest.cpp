@@ -159,9 +159,11 @@ TEST(ChartRecognition, NeedsEdgesOnBothSides)
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
+        const Listener listener;
         const Outcome outcome = Recognize(c.greys);
         EXPECT_EQ(outcome.done, c.done);
         EXPECT_THAT(outcome.Levels(), testing::Pointwise(testing::FloatNear(1e-6F), c.found));
+        EXPECT_THAT(Listener::Values()[4], testing::Each(testing::AllOf(testing::Ge(0.0), testing::Lt(100.0))));
     }
 }
 

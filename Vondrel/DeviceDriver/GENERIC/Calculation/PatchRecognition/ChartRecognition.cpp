@@ -119,23 +119,23 @@ try {
     if (start >= end)
         throw CalculationException("No useful data", THROW_LOCATION("ChartRecognition", "CreateEdgeLevels"));
 
-    CreateMovingMean(differences, start, end, edgeLevels);
+    const bool hasMean = CreateMovingMean(differences, start, end, edgeLevels);
     for (std::size_t i = start; i < end; ++i)
         edgeLevels[i] = std::max(edgeLevels[i], LowestEdgeLevel(lightnesses[i]));
     Report(RecognitionChannel::EdgeLevels, edgeLevels);
+    if (!hasMean) // the last place has no level: nothing there is an edge
+        edgeLevels[end] = std::numeric_limits<float>::infinity();
 }
 TRACE_GUARD("ChartRecognition", "CreateEdgeLevels")
 
 /// Levels by the mean of the differences around each place; near the borders by the nearest window that is whole.
-void ChartRecognition::CreateMovingMean(const Differences& differences, std::size_t start, std::size_t end,
+/// @return false if the used part is too short for a window: the levels stay
+bool ChartRecognition::CreateMovingMean(const Differences& differences, std::size_t start, std::size_t end,
                                         EdgeLevels& edgeLevels) const
 {
     const auto window = static_cast<std::size_t>(static_cast<float>(end - start + 1) * windowFraction);
-    if (window == 0) { // too short for a mean: nothing from the last place on is an edge
-        std::fill(edgeLevels.begin() + static_cast<std::ptrdiff_t>(end), edgeLevels.end(),
-                  std::numeric_limits<float>::infinity());
-        return;
-    }
+    if (window == 0)
+        return false;
 
     std::vector<double> sums(end - start + 2); // of all differences from the start up to each place
     for (std::size_t i = start; i <= end; ++i)
@@ -151,6 +151,7 @@ void ChartRecognition::CreateMovingMean(const Differences& differences, std::siz
     const auto lastWhole = edgeLevels.begin() + static_cast<std::ptrdiff_t>(end - half);
     std::fill(edgeLevels.begin(), firstWhole, *firstWhole);
     std::fill(lastWhole + 1, edgeLevels.end(), *lastWhole);
+    return true;
 }
 
 void ChartRecognition::DetectEdges(const Differences& differences, const EdgeLevels& edgeLevels,

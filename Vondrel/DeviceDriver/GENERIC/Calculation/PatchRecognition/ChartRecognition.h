@@ -42,7 +42,7 @@ private:
     void EliminateUselessDataAtTheBorder(const Differences& differences, Elements& elements) const;
     void CreateEdgeLevels(const Differences& differences, const Lightnesses& lightnesses, const Elements& elements,
                           EdgeLevels& edgeLevels) const;
-    void CreateMovingMean(const Differences& differences, std::size_t start, std::size_t end,
+    bool CreateMovingMean(const Differences& differences, std::size_t start, std::size_t end,
                           EdgeLevels& edgeLevels) const;
     void DetectEdges(const Differences& differences, const EdgeLevels& edgeLevels, Elements& elements) const;
     void EliminateWrongPatches(Elements& elements) const;
