@@ -84,12 +84,12 @@ void BrindleFunctionality_PC::Fetch(Command command, std::span<std::uint8_t> pay
 
 void BrindleFunctionality_PC::StartScan(std::size_t lineSize, std::int64_t limitSeconds)
 try {
-    scanQueue.clear();
+    scanQueue.Clear();
     try {
         Send(Command::measure, {});
         device->ReadDataStrip(scanQueue, lineSize, limitSeconds * 1000);
     } catch (...) {
-        scanQueue.clear();
+        scanQueue.Clear();
         throw;
     }
 }
@@ -97,15 +97,12 @@ TRACE_GUARD("BrindleFunctionality_PC", "StartScan")
 
 std::size_t BrindleFunctionality_PC::GetScanData(std::span<std::uint8_t> line)
 try {
-    if (scanQueue.empty())
-        return 0;
-    const auto& oldest = scanQueue.front();
-    const auto size = oldest.size();
-    if (size > line.size())
+    const auto oldest = scanQueue.Front();
+    if (oldest.size() > line.size())
         throw DataException("Scan line does not fit", THROW_LOCATION("BrindleFunctionality_PC", "GetScanData"));
     std::ranges::copy(oldest, line.begin());
-    scanQueue.pop_front();
-    return size;
+    scanQueue.DropFront();
+    return oldest.size();
 }
 TRACE_GUARD("BrindleFunctionality_PC", "GetScanData")
 

@@ -19,6 +19,23 @@ constexpr std::int32_t toneMs = 75;
 
 }
 
+void ScanQueue::Restart(std::size_t newLineSize)
+{
+    bytes.clear();
+    taken = 0;
+    lineSize = newLineSize;
+}
+
+std::span<const std::uint8_t> ScanQueue::Front() const
+{
+    return std::span(bytes).subspan(taken, Count() == 0 ? 0 : lineSize);
+}
+
+void ScanQueue::DropFront()
+{
+    taken += Front().size();
+}
+
 ScanReader::ScanReader(USBConnection& pipe, std::size_t lineSize_, std::int64_t limitMs)
 try : lineSize(lineSize_), packageSize(lineSize* linesOfPackage), waitLimitMs(limitMs + bulkGraceMs) {
     if (lineSize > maxPackageSize / linesOfPackage)
@@ -42,6 +59,7 @@ ScanReader::~ScanReader()
 
 void ScanReader::ReadInto(ScanQueue& lines, bool toneWanted)
 try {
+    lines.Restart(lineSize);
     // A submission that fails shows when the transfer is awaited.
     std::size_t expected = lineSize * linesOfFirstRead;
     transfers[0]->Submit(expected);
@@ -52,7 +70,7 @@ try {
     Rotate();
     for (;;) {
         transfers[1]->Submit(packageSize);
-        Empty(lines);
+        lines.Append(transfers[2]->Buffer().first(received));
         if (received != expected)
             return;
         expected = packageSize;
@@ -61,16 +79,6 @@ try {
     }
 }
 TRACE_GUARD("ScanReader", "ReadInto")
-
-/// Copies the lines of the third transfer, each into a block of its own.
-void ScanReader::Empty(ScanQueue& lines) const
-{
-    const auto data = transfers[2]->Buffer().first(received);
-    for (std::size_t start = 0; start < data.size(); start += lineSize) {
-        const auto line = data.subspan(start, lineSize);
-        lines.emplace_back(line.begin(), line.end());
-    }
-}
 
 void ScanReader::AwaitPackage() const
 {
