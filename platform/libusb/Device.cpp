@@ -41,9 +41,10 @@ std::shared_ptr<Device> Device::Open(const std::string& address, TransferResult&
 {
     auto& registry = OpenDevices();
     const std::lock_guard lock(registry.guard);
-    auto& known = registry.devices[address];
-    if (auto device = known.lock(); device && !device->HasGone())
-        return device;
+    std::erase_if(registry.devices, [](const auto& known) { return known.second.expired(); });
+    if (const auto known = registry.devices.find(address); known != registry.devices.end())
+        if (auto device = known->second.lock(); device && !device->HasGone())
+            return device;
 
     int error = LIBUSB_SUCCESS;
     const auto context = AcquireContext(error);
@@ -65,7 +66,7 @@ std::shared_ptr<Device> Device::Open(const std::string& address, TransferResult&
         result = FailureOf(error);
         return nullptr;
     }
-    known = device;
+    registry.devices[address] = device;
     return device;
 }
 

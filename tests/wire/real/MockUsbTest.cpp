@@ -3,9 +3,11 @@
 #include "tests/wire/real/MockUsb.h"
 #include "Vondrel/DeviceDriver/ox/LowLevel/BrindleLowLevelDriver.h"
 #include "Vondrel/DeviceDriver/ox/USB/USBBrowser.h"
+#include "platform/Usb.h"
 #include "tests/wire/Thrown.h"
 
 #include <gmock/gmock.h>
+#include <malloc.h>
 
 #include <cstdlib>
 #include <stdexcept>
@@ -41,6 +43,22 @@ TEST(MockedUsb, SaysThatAnotherProcessHasTheInstrument)
               "IOException: could not open pipe: (Win32 Error (16) : device or resource busy)");
     instrument->ClearFaults();
     EXPECT_EQ(Thrown([] { BrindleLowLevelDriver(nullptr, 0); }), "nothing");
+}
+
+TEST(MockedUsb, ForgetsTheAddressesThatItWasAskedFor)
+{
+    const auto instrument = PlugInInstrument();
+    const auto ask = [](int count) {
+        for (int i = 0; i < count; ++i) {
+            Platform::TransferResult result;
+            EXPECT_EQ(Platform::OpenUsbPipe("/dev/bus/usb/009/" + std::to_string(1000000 + i), 0, result), nullptr);
+            EXPECT_EQ(result.kind, Platform::TransferKind::gone);
+        }
+    };
+    ask(20);
+    const auto before = mallinfo2().uordblks; // 0 under a sanitizer
+    ask(300);
+    EXPECT_LT(mallinfo2().uordblks, before + 10000);
 }
 
 }

@@ -44,10 +44,12 @@ std::atomic<bool> BrindleUSBDevice::beep = true;
 
 BrindleUSBDevice::BrindleUSBDevice(Generic::EventListener* listener_, const std::string& deviceAddress)
 try : deviceLock(StripStrangeChars(deviceAddress)), address(deviceAddress), listener(listener_),
-    control(deviceAddress, PipeType::control), bulkIn(deviceAddress, PipeType::bulkIn),
-    bulkOut(deviceAddress, PipeType::bulkOut), interruptListener(deviceAddress) {
-    interruptListener.SetListener(this);
+    interruptListener(deviceAddress) {
     try {
+        control.emplace(address, PipeType::control);
+        bulkIn.emplace(address, PipeType::bulkIn);
+        bulkOut.emplace(address, PipeType::bulkOut);
+        interruptListener.SetListener(this);
         interruptListener.Start();
     } catch (...) {
         Shutdown();
@@ -72,9 +74,9 @@ try {
         listener->MessageFromDevice(message, source);
     if (message != deviceGoneMessage)
         return;
-    bulkOut.Close();
-    bulkIn.Close();
-    control.Close();
+    bulkOut->Close();
+    bulkIn->Close();
+    control->Close();
 }
 TRACE_GUARD("BrindleUSBDevice", "MessageFromDevice")
 
@@ -89,21 +91,21 @@ TRACE_GUARD("BrindleUSBDevice", "RemoveListener")
 void BrindleUSBDevice::PerformDeviceIOControl(const Platform::ControlRequest& request, std::span<std::uint8_t> data)
 try {
     ScopedLock guard(deviceLock);
-    control.PerformDeviceIOControl(request, data, true);
+    control->PerformDeviceIOControl(request, data, true);
 }
 TRACE_GUARD("BrindleUSBDevice", "PerformDeviceIOControl")
 
 void BrindleUSBDevice::ReadData(std::span<std::uint8_t> buffer, std::int64_t limitMs)
 try {
     ScopedLock guard(deviceLock);
-    bulkIn.Read(buffer, limitMs);
+    bulkIn->Read(buffer, limitMs);
 }
 TRACE_GUARD("BrindleUSBDevice", "ReadData")
 
 void BrindleUSBDevice::WriteData(std::span<const std::uint8_t> buffer, std::int64_t limitMs)
 try {
     ScopedLock guard(deviceLock);
-    bulkOut.Write(buffer, limitMs);
+    bulkOut->Write(buffer, limitMs);
 }
 TRACE_GUARD("BrindleUSBDevice", "WriteData")
 
@@ -111,7 +113,7 @@ void BrindleUSBDevice::ReadDataStrip(ScanQueue& lines, std::size_t lineSize, std
 try {
     ScopedLock guard(deviceLock);
     PriorityScope priority;
-    ScanReader(bulkIn, lineSize, limitMs).ReadInto(lines, beep);
+    ScanReader(*bulkIn, lineSize, limitMs).ReadInto(lines, beep);
 }
 TRACE_GUARD("BrindleUSBDevice", "ReadDataStrip")
 
@@ -131,15 +133,16 @@ bool BrindleUSBDevice::IsBeepOn()
     return beep;
 }
 
-/// Without a press the firmware is asked to end its wait for the button.
+/// Without a press the firmware is asked to end its wait for the button; also where the opening failed behind the
+/// control pipe.
 void BrindleUSBDevice::HandleUntouchedButton()
 try {
-    if (interruptListener.IsButtonTouched())
+    if (!control || interruptListener.IsButtonTouched())
         return;
     std::array<std::uint8_t, 8> data{};
     ScopedLock guard(deviceLock);
-    control.PerformDeviceIOControl(MakeRequest(Direction::toDevice, RequestType::standard, 0, 0x84), data, false);
-    control.PerformDeviceIOControl(MakeRequest(Direction::toDevice, RequestType::vendor, 0xD0, 3), data, false);
+    control->PerformDeviceIOControl(MakeRequest(Direction::toDevice, RequestType::standard, 0, 0x84), data, false);
+    control->PerformDeviceIOControl(MakeRequest(Direction::toDevice, RequestType::vendor, 0xD0, 3), data, false);
 }
 TRACE_GUARD("BrindleUSBDevice", "HandleUntouchedButton")
 

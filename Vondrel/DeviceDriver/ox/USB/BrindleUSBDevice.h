@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -41,7 +42,7 @@ public:
     void WriteData(std::span<const std::uint8_t> buffer, std::int64_t limitMs);
 
     /// Reads a scan to its end, which is a short package: first two lines, then ten at a time, with one read always in
-    /// flight. Lines that arrived are appended to the list, before a failure too.
+    /// flight. The queue then holds the lines that arrived, after a failure too.
     /// @param lineSize  bytes, at most 6553
     /// @param limitMs   milliseconds for each package, plus 5000
     /// @throws TimeoutException, IOException  a package does not come, or holds no whole number of lines
@@ -63,9 +64,9 @@ private:
     Utilities::Multithreading::Mutex deviceLock;
     std::string address;
     Generic::EventListener* listener;
-    USBConnection control;
-    USBConnection bulkIn;
-    USBConnection bulkOut;
+    std::optional<USBConnection> control; // the pipes are open from the construction on
+    std::optional<USBConnection> bulkIn;
+    std::optional<USBConnection> bulkOut;
     InterruptListener interruptListener;
 
     static std::atomic<bool> beep;
