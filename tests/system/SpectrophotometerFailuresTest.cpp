@@ -4,6 +4,7 @@
 #include "SystemBench.h"
 
 #include <functional>
+#include <set>
 
 using testing::AnyOf;
 using testing::Each;
@@ -215,6 +216,28 @@ TEST_F(SpectrophotometerFailures, AnInstrumentWithoutAmbientHeadOrReflectanceSay
                        "the connected device is a ox-monitor and doesn't support reflectance measurements !"});
     ExpectFailure({"scan", "OX_TriggerCountedScan", [] { return OX_TriggerCountedScan(5); }, 10,
                    "No such mode (RemissionScanHandle)"});
+}
+
+TEST_F(SpectrophotometerFailures, ARefusalNamesItsRule)
+{
+    Plug();
+    RegisterHandlers();
+    std::set<std::string> lines;
+    const std::pair<const char*, std::function<void()>> rules[] = {
+        {"OrvexContextValidator::Validate(): ", [] { OX_TriggerCountedScan(0); }},
+        {"OrvexContextValidator::Validate(): ", [] { Set("PhysicalFilter", "2"); }},
+        {"OrvexContextValidator::ValidateRecognition(): ", [] { Set("Recognition", "yes"); }},
+        {"OrvexContextValidator::ValidateResetMode(): ", [] { Set("Reset", "Foo"); }},
+        {"OrvexSDKProxy::GetDeviceSpecificOption(): ", [] { Option("Anything"); }},
+    };
+    for (const auto& [location, call] : rules) {
+        SCOPED_TRACE(location);
+        call();
+        const std::string trace = Option("ExtendedErrorInformation");
+        EXPECT_THAT(trace, HasSubstr(location));
+        EXPECT_TRUE(lines.insert(trace.substr(trace.find(location), trace.find('\n', trace.find(location)))).second)
+            << trace;
+    }
 }
 
 TEST_F(SpectrophotometerFailures, AFailedRecognitionIsNoCallOfTheHandler)

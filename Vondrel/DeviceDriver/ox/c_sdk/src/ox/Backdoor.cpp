@@ -77,10 +77,11 @@ try {
     else
         result = EnterBackdoor(key);
     if (result.empty())
-        throw SDKError(OX_InvalidParameter, "Unknown argument " + key, THROW_LOCATION("OrvexSDKProxy", "GetOption"));
+        throw SDKError(OX_InvalidParameter, "Unknown argument " + key,
+                       THROW_LOCATION("OrvexSDKProxy", "GetDeviceSpecificOption"));
     return result;
 }
-TRACE_GUARD("OrvexSDKProxy", "GetOption")
+TRACE_GUARD("OrvexSDKProxy", "GetDeviceSpecificOption")
 
 void OrvexSDKProxy::EnterBackdoor(const std::string& key, const std::string& value)
 try {

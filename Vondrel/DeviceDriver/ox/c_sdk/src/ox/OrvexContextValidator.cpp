@@ -20,11 +20,6 @@ OrvexSDKProxy::Orvex& Device()
     return *dynamic_cast<OrvexSDKProxy&>(Proxy()).GetDevice();
 }
 
-[[noreturn]] void Refuse(std::int32_t code, const std::string& text, const char* method)
-{
-    throw SDKError(code, text, THROW_LOCATION("OrvexContextValidator", method));
-}
-
 bool ReadsDensities(const std::string& function)
 {
     return function == "OX_GetDensities" || function == "OX_GetDensity" || function == "OX_SetSubstrate";
@@ -52,7 +47,8 @@ try {
     } else if (functionName == "OX_GetDeviceInfo" || functionName == "OX_GetOption") {
         ValidateRecognition(ContextParameterValidator::Validate(parameters.key));
     } else if (functionName == "OX_TriggerCountedScan" && parameters.index <= 0) {
-        Refuse(OX_InvalidParameter, "count must be > 0 !!", "Validate");
+        throw SDKError(OX_InvalidParameter, "count must be > 0 !!",
+                       THROW_LOCATION("OrvexContextValidator", "Validate"));
     }
 }
 TRACE_GUARD("OrvexContextValidator", "Validate")
@@ -62,9 +58,10 @@ void OrvexContextValidator::ValidateReflectanceMode()
     const std::int32_t mode = Device().GetMode();
     if (mode == SingleReflectance || mode == ScanningReflectance)
         return;
-    Refuse(OX_NotSupported,
-           "density calculation only supported in reflectance mode. Current mode is " + TranslateMeasureMode(mode),
-           "Validate");
+    throw SDKError(OX_NotSupported,
+                   "density calculation only supported in reflectance mode. Current mode is "
+                       + TranslateMeasureMode(mode),
+                   THROW_LOCATION("OrvexContextValidator", "Validate"));
 }
 
 void OrvexContextValidator::ValidateSetOption(const CallParameters& parameters)
@@ -72,7 +69,8 @@ void OrvexContextValidator::ValidateSetOption(const CallParameters& parameters)
     const std::string key = ContextParameterValidator::Validate(parameters.key);
     const std::string value = ContextParameterValidator::Validate(parameters.value);
     if (key == Key::PhysicalFilter)
-        Refuse(OX_InvalidParameter, "The physical filter can not be set !!", "Validate");
+        throw SDKError(OX_InvalidParameter, "The physical filter can not be set !!",
+                       THROW_LOCATION("OrvexContextValidator", "Validate"));
     ValidateRecognition(key);
     ValidateMeasureMode(key, value);
     ValidateResetMode(key, value);
@@ -84,7 +82,8 @@ void OrvexContextValidator::ValidateRecognition(const std::string& key)
         return;
     const std::int32_t mode = Device().GetMode();
     if (mode != ScanningReflectance && mode != ScanningAmbientLight)
-        Refuse(OX_NotSupported, "recoginition only supported in reflectance-scan mode", "ValidateRecognition");
+        throw SDKError(OX_NotSupported, "recoginition only supported in reflectance-scan mode",
+                       THROW_LOCATION("OrvexContextValidator", "ValidateRecognition"));
 }
 
 void OrvexContextValidator::ValidateMeasureMode(const std::string& key, const std::string& value)
@@ -93,11 +92,12 @@ void OrvexContextValidator::ValidateMeasureMode(const std::string& key, const st
         return;
     const auto is = [&value](std::int32_t mode) { return value == TranslateMeasureMode(mode); };
     if (Device().IsOrvexMonitor() && (is(SingleReflectance) || is(ScanningReflectance)))
-        Refuse(OX_NotSupported, "the connected device is a ox-monitor and doesn't support reflectance measurements !",
-               "ValidateMeasureMode");
+        throw SDKError(OX_NotSupported,
+                       "the connected device is a ox-monitor and doesn't support reflectance measurements !",
+                       THROW_LOCATION("OrvexContextValidator", "ValidateMeasureMode"));
     if (!Device().HasAmbientLightSupport() && (is(ScanningAmbientLight) || is(SingleAmbientLight)))
-        Refuse(OX_NotSupported, "the connected device doesn't support ambient-light measurements !",
-               "ValidateMeasureMode");
+        throw SDKError(OX_NotSupported, "the connected device doesn't support ambient-light measurements !",
+                       THROW_LOCATION("OrvexContextValidator", "ValidateMeasureMode"));
 }
 
 void OrvexContextValidator::ValidateResetMode(const std::string& key, const std::string& value)
@@ -105,7 +105,8 @@ void OrvexContextValidator::ValidateResetMode(const std::string& key, const std:
     if (key != "Reset" || value == "All" || value.starts_with("Orvex"))
         return;
     if (Proxy().GetAvailableMeasureModes().find(value) == std::string::npos)
-        Refuse(OX_NotSupported, "the connected device doesn't support \"" + value + "\" !", "ValidateResetMode");
+        throw SDKError(OX_NotSupported, "the connected device doesn't support \"" + value + "\" !",
+                       THROW_LOCATION("OrvexContextValidator", "ValidateResetMode"));
 }
 
 }

@@ -8,6 +8,7 @@
 #include "orvex/zelcal.h"
 
 #include <cxxabi.h>
+#include <source_location>
 
 namespace ZelkovaSDK {
 
@@ -53,10 +54,13 @@ struct IntensityRow {
 constexpr IntensityRow intensities[] = {{"Bleak", MeasureBleak}, {"Bright", MeasureBright}, {"Auto", MeasureAuto}};
 
 /// Throws what a code of the toolkit means, unless it means success.
-void Check(std::int32_t code, std::int32_t result, const char* text, const char* method)
+void Check(std::int32_t code, std::int32_t result, const char* text, const char* method,
+           const std::source_location& rule = std::source_location::current())
 {
     if (code != 0)
-        throw SDKError(result, text + lexical_cast<std::string>(code), THROW_LOCATION("Zelkova", method));
+        throw SDKError(result, text + lexical_cast<std::string>(code),
+                       Vondrel::Utilities::Exceptions::MakeLocation("Zelkova", method, rule.file_name(),
+                                                                    static_cast<int>(rule.line())));
 }
 
 }

@@ -18,18 +18,14 @@ SDKProxy& Proxy()
     return *ContextManager::Instance().Current().Proxy();
 }
 
-std::string Location()
-{
-    return THROW_LOCATION("ZelkovaContextValidator", "Validate");
-}
-
 }
 
 void ZelkovaContextValidator::Validate(const std::string& functionName, const CallParameters& parameters)
 try {
     if (functionName == "OX_GetDeviceInfo" || functionName == "OX_GetOption") {
         if (ContextParameterValidator::Validate(parameters.key) == Key::Recognition)
-            throw SDKError(OX_InternalError, "invalid key Recognition for Orvex-Display", Location());
+            throw SDKError(OX_InternalError, "invalid key Recognition for Orvex-Display",
+                           THROW_LOCATION("ZelkovaContextValidator", "Validate"));
     } else if (functionName == "OX_SetOption") {
         const std::string key = ContextParameterValidator::Validate(parameters.key);
         const std::string value = ContextParameterValidator::Validate(parameters.value);
@@ -59,18 +55,19 @@ void ZelkovaContextValidator::ValidateScreenType()
         return;
     const std::string screen = Proxy().GetOption(Key::ScreenType);
     if (screen != "LCD" && screen != "CRT")
-        throw SDKError(OX_InvalidParameter, "screen type not set", Location());
+        throw SDKError(OX_InvalidParameter, "screen type not set",
+                       THROW_LOCATION("ZelkovaContextValidator", "Validate"));
 }
 
 void ZelkovaContextValidator::ValidateIndex(const CallParameters& parameters)
 {
     if (parameters.index < -1)
-        throw SDKError(OX_InvalidParameter, "index < 0 !", Location());
+        throw SDKError(OX_InvalidParameter, "index < 0 !", THROW_LOCATION("ZelkovaContextValidator", "Validate"));
     if (parameters.index >= parameters.limit)
         throw SDKError(OX_IndexOutOfRange,
                        "index out of range (" + lexical_cast<std::string>(parameters.index) + " > "
                            + lexical_cast<std::string>(parameters.limit) + ")",
-                       Location());
+                       THROW_LOCATION("ZelkovaContextValidator", "Validate"));
 }
 
 }

@@ -34,11 +34,6 @@ const VDMeasureConditions& GetDefaultConditions()
     return conditions;
 }
 
-[[noreturn]] void RefuseAsUnavailable(const char* text, const char* method)
-{
-    throw SDKError(OX_NotAvailable, text, THROW_LOCATION("ZelkovaSDKProxy", method));
-}
-
 constexpr const char* noDensities = "This device doesn't support densities";
 
 }
@@ -130,13 +125,15 @@ TRACE_GUARD("ZelkovaSDKProxy", "TriggerMeasurement")
 
 void ZelkovaSDKProxy::TriggerCountedScan(std::int32_t)
 try {
-    RefuseAsUnavailable("This device doesn't support scanning", "TriggerCountedScan");
+    throw SDKError(OX_NotAvailable, "This device doesn't support scanning",
+                   THROW_LOCATION("ZelkovaSDKProxy", "TriggerCountedScan"));
 }
 TRACE_GUARD("ZelkovaSDKProxy", "TriggerCountedScan")
 
 void ZelkovaSDKProxy::GetSpectrum(float*, std::int32_t)
 try {
-    RefuseAsUnavailable("This device can measure tristimulus only", "GetSpectrum");
+    throw SDKError(OX_NotAvailable, "This device can measure tristimulus only",
+                   THROW_LOCATION("ZelkovaSDKProxy", "GetSpectrum"));
 }
 TRACE_GUARD("ZelkovaSDKProxy", "GetSpectrum")
 
@@ -154,19 +151,19 @@ TRACE_GUARD("ZelkovaSDKProxy", "GetTriStimulus")
 
 void ZelkovaSDKProxy::GetDensities(float*, std::int32_t*, std::int32_t)
 try {
-    RefuseAsUnavailable(noDensities, "GetDensities");
+    throw SDKError(OX_NotAvailable, noDensities, THROW_LOCATION("ZelkovaSDKProxy", "GetDensities"));
 }
 TRACE_GUARD("ZelkovaSDKProxy", "GetDensities")
 
 void ZelkovaSDKProxy::GetDensity(float*, std::int32_t)
 try {
-    RefuseAsUnavailable(noDensities, "GetDensity");
+    throw SDKError(OX_NotAvailable, noDensities, THROW_LOCATION("ZelkovaSDKProxy", "GetDensity"));
 }
 TRACE_GUARD("ZelkovaSDKProxy", "GetDensity")
 
 void ZelkovaSDKProxy::SetSubstrate(const float*)
 try {
-    RefuseAsUnavailable(noDensities, "SetSubstrate");
+    throw SDKError(OX_NotAvailable, noDensities, THROW_LOCATION("ZelkovaSDKProxy", "SetSubstrate"));
 }
 TRACE_GUARD("ZelkovaSDKProxy", "SetSubstrate")
 
