@@ -71,6 +71,13 @@ std::vector<ChartScan::Patch> ColorChart()
     return chart;
 }
 
+/// The reflectance factor of a grey, above L* 8.
+float LevelOf(float lightness)
+{
+    const float root = (lightness + 16) / 116;
+    return root * root * root;
+}
+
 bool IsGoodOrder(const std::vector<ChartScan::Patch>& patches, const std::vector<float>& backing)
 {
     for (std::size_t i = 1; i < patches.size(); ++i)
@@ -124,6 +131,44 @@ ChartScan ChartScan::Greys(const std::vector<Grey>& greys)
         scan.patches.push_back({std::to_string(grey.level), std::vector<float>(bands, grey.level)});
         scan.readings.insert(scan.readings.end(), grey.readings, Reading(scan.patches.back().spectrum));
     }
+    return scan;
+}
+
+ChartScan ChartScan::Alternating(const Strip& strip, std::uint32_t seed)
+{
+    constexpr float backing = 0.85F;
+    constexpr float noise = 0.0005F;
+    const auto grey = [](float lightness) { return std::vector<float>(bands, LevelOf(lightness)); };
+    const float towards = strip.lightness > 60 ? 0.0F : 100.0F; // away from the backing, or it would be one of the two
+    float near = strip.lightness, far = towards;
+    for (int step = 0; step < 40; ++step) {
+        const float middle = (near + far) / 2;
+        (ChartDifference(grey(strip.lightness), grey(middle)) < strip.difference ? near : far) = middle;
+    }
+
+    Chance chance(seed);
+    ChartScan scan;
+    float before = backing;
+    const auto pass = [&](float level, std::size_t length) {
+        for (std::size_t i = 1; i <= strip.mixed + length; ++i) {
+            if (scan.readings.empty())
+                before = level;
+            const float share = std::min(1.0F, static_cast<float>(i) / static_cast<float>(strip.mixed + 1));
+            std::vector<float> values(bands);
+            for (float& value : values)
+                value = before + (level - before) * share + noise * chance.Normal();
+            scan.readings.push_back(Reading(values));
+        }
+        before = level;
+    };
+    pass(backing, 30);
+    for (int patch = 0; patch < 12; ++patch) {
+        if (patch > 0 && strip.gap > 0)
+            pass(backing, strip.gap);
+        scan.patches.push_back({"", grey(patch % 2 == 0 ? strip.lightness : far)});
+        pass(scan.patches.back().spectrum.front(), chance.Between(30, 40));
+    }
+    pass(backing, 30);
     return scan;
 }
 

@@ -32,6 +32,16 @@ struct ChartScan {
     };
     static ChartScan Greys(const std::vector<Grey>& greys);
 
+    /// A strip of 12 patches of 30 to 40 readings, in turn of two greys, on a backing of 0.85 before and behind them,
+    /// with noise of 0.05 % of the perfect white in each band.
+    struct Strip {
+        float lightness;   ///< L* of the first grey
+        float difference;  ///< delta E 2000 of the two
+        std::size_t mixed; ///< readings in which one colour turns into the next
+        std::size_t gap;   ///< readings of backing between two patches
+    };
+    static ChartScan Alternating(const Strip& strip, std::uint32_t seed);
+
     /// One reading. @param bands  36 reflectance factors
     static SpectrumData Reading(const std::vector<float>& bands);
 };

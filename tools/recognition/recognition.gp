@@ -1,7 +1,7 @@
 # Draws how the chart recognition saw a scan, from what it reports to its callbacks.
 #
-#     build/release/tests/instrument/recognition_trace 4 > scan.txt
-#     gnuplot -e "scan='scan.txt'; image='scan.png'" docs/recognition.gp
+#     build/release/tools/recognition/recognition trace 4 > scan.txt
+#     gnuplot -e "scan='scan.txt'; image='scan.png'" tools/recognition/recognition.gp
 #
 # Above: the difference between each reading and the next (grey) against the edge level (red); what lies above the level
 # is an edge. Below: L* of the readings (grey) and of the patches found, each in its own colour at its position.
