@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <stdlib.h> // NOLINT: grantpt and its like
+#include <termios.h>
 #include <unistd.h>
 #include <utility>
 
@@ -70,6 +71,20 @@ bool PseudoTerminal::Write(const std::uint8_t* bytes, std::size_t size)
             return false;
     }
     return true;
+}
+
+std::int32_t PseudoTerminal::BaudRate() const
+{
+    constexpr std::pair<speed_t, std::int32_t> speeds[] = {
+        {B300, 300},     {B600, 600},     {B1200, 1200},   {B2400, 2400},     {B4800, 4800},
+        {B19200, 19200}, {B38400, 38400}, {B57600, 57600}, {B115200, 115200},
+    };
+    termios line{};
+    if (::tcgetattr(descriptor, &line) == 0)
+        for (const auto& [speed, baud] : speeds)
+            if (::cfgetospeed(&line) == speed)
+                return baud;
+    return 9600;
 }
 
 void PseudoTerminal::Linger() const

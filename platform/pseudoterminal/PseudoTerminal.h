@@ -29,6 +29,9 @@ public:
     /// Waits while the line's buffer is full. False if the bytes did not go out within a second.
     bool Write(const std::uint8_t* bytes, std::size_t size);
 
+    /// What the port is set to; 9600 for a speed that has no name of its own.
+    std::int32_t BaudRate() const;
+
     /// Gives the other side a moment of real time to read what was written: a line that hangs up drops the rest.
     void Linger() const;
 

@@ -3,6 +3,7 @@
 #include "tests/virtual/ColorimeterRig.h"
 #include "virtual/bench/Refusal.h"
 
+#include <cerrno>
 #include <gmock/gmock.h>
 #include <random>
 
@@ -118,11 +119,11 @@ TEST(ColorimeterDialogue, MemoryKeepsWhatIsWritten)
     EXPECT_EQ(rig.Cell(11), 1) << "all are held";
 
     rig->Unplug(0);
-    rig->Plug(0);
+    rig.Start();
     EXPECT_EQ(rig.Cell(10), 0x5A) << "it needs no power";
-    EXPECT_EQ(rig.Cell(200), 0xFF) << "there is no such cell";
-    rig.Ask({7, 200, 3});
-    EXPECT_EQ(rig.Cell(200), 0xFF);
+    EXPECT_THAT(rig.Ask({8, 127}), ElementsAre(8, 127, 13));
+    EXPECT_THAT(rig.Ask({8, 128}), IsEmpty()) << "there is no such cell";
+    EXPECT_THAT(rig.Ask({7, 128, 3}), IsEmpty());
 }
 
 TEST(ColorimeterDialogue, OnlyTheOldestHeadCannotBeWritten)
@@ -140,7 +141,8 @@ TEST(ColorimeterDialogue, ExtendedCellsReachBeyondTheFirst256)
     ColorimeterRig rig(11, Road::usb);
     EXPECT_THAT(rig.Ask({19, 0x1F, 0xFF, 7}), ElementsAre(19));
     EXPECT_THAT(rig.Ask({20, 0x1F, 0xFF}), ElementsAre(20, 0x1F, 0xFF, 7));
-    EXPECT_THAT(rig.Ask({20, 0x20, 0x00}), ElementsAre(20, 0x20, 0x00, 0xFF)) << "behind the last cell";
+    EXPECT_THAT(rig.Ask({20, 0x20, 0x00}), ElementsAre(0xEE)) << "behind the last cell";
+    EXPECT_THAT(rig.Ask({19, 0x20, 0x00, 1}), ElementsAre(0xEE));
     rig.Ask({7, 3, 0x77});
     EXPECT_EQ(rig.Ask({20, 0, 3})[3], 0x77) << "one memory for both commands";
 }
@@ -159,7 +161,7 @@ TEST(ColorimeterDialogue, RegistersReadBack)
     EXPECT_THAT(rig.Ask({27}), ElementsAre(27, 3));
     EXPECT_THAT(rig.Ask({29}), ElementsAre(29, 4));
     rig->Unplug(0);
-    rig->Plug(0);
+    rig.Start();
     EXPECT_THAT(rig.Ask({29}), ElementsAre(29, 0)) << "without power they are forgotten";
 
     ColorimeterRig fixedLoop(10, Road::serial);
@@ -247,8 +249,8 @@ TEST(ColorimeterDialogue, WideEdgesAreSetByChannel)
     EXPECT_THAT(rig.Ask({21, 1}), ElementsAre(21, 1, 0x00, 0x01));
     EXPECT_THAT(rig.Ask({21, 2}), ElementsAre(21, 2, 0xFF, 0xFF));
     EXPECT_NEAR(rig.AskLong({22}), 300.0 * one, 300.0);
-    rig.Ask({20, 0, 9, 3});
-    EXPECT_THAT(rig.Ask({21, 3}), ElementsAre(21, 3, 0, 0)) << "no such channel";
+    for (const Bytes& command : {Bytes{20, 0, 9, 3}, Bytes{21, 3}, Bytes{19, 3}})
+        EXPECT_THAT(rig.Ask(command), ElementsAre(0xEE)) << "no such channel";
 }
 
 TEST(ColorimeterDialogue, FramesAreFoundInTheStream)
@@ -267,12 +269,67 @@ TEST(ColorimeterDialogue, FramesAreFoundInTheStream)
     EXPECT_EQ(send({0x41, 0xFF, 0x41, 2, 8, 121}), reply) << "with a header";
     EXPECT_THAT(send({0x41}), IsEmpty());
     EXPECT_EQ(send({0xFF, 0x41, 2, 8, 121}), reply) << "with a header in two writes";
-    EXPECT_EQ(send({0, 200, 0x41, 9, 2, 8, 121}), reply) << "behind noise";
     EXPECT_EQ(send({2, 8, 121, 2, 8, 121}).size(), 2 * reply.size());
-    EXPECT_THAT(send({2}), IsEmpty());
+    const auto reopen = [&] {
+        std::vector<Virtual::Arrival> junk;
+        rig->Open(0, junk);
+        rig.Start();
+    };
+    for (const Bytes& noise : {Bytes{0}, Bytes{9}, Bytes{200}, Bytes{0x41, 2}, Bytes{0x41, 0xFF, 2}, Bytes{2}}) {
+        SCOPED_TRACE(Virtual::HexBytes(noise));
+        EXPECT_THAT(send(noise), IsEmpty());
+        EXPECT_THAT(send({2, 8, 121}), IsEmpty()) << "nothing is skipped";
+        reopen();
+        EXPECT_EQ(send({2, 8, 121}), reply) << "an opening brings it back into step";
+    }
+    EXPECT_EQ(send({2, 8, 121, 0, 0, 0, 0, 0}), reply);
+    EXPECT_THAT(send({2, 8, 121}), IsEmpty()) << "the frame before was padded";
+}
+
+TEST(ColorimeterDialogue, AnImpossibleRequestIsStalled)
+{
+    for (const std::uint8_t length : {std::uint8_t{0}, std::uint8_t{8}, std::uint8_t{255}}) {
+        ColorimeterRig rig(4, Road::usb);
+        const std::array<std::uint8_t, 8> request = {length, 8, 121};
+        EXPECT_EQ(rig->Exchange(request, 0).error, EPIPE);
+        EXPECT_EQ(rig->CountPassings("command"), 0);
+    }
+}
+
+TEST(ColorimeterDialogue, LivesOnTheControlLinesOfItsPort)
+{
+    using Virtual::ControlLine;
+    ColorimeterRig rig(11, Road::serial);
     std::vector<Virtual::Arrival> junk;
     rig->Open(0, junk);
-    EXPECT_EQ(send({2, 8, 121}), reply) << "an opening drops half a frame";
+    const auto answers = [&](Virtual::Moment now) { return !rig->Receive(Bytes{1, 27}, now).empty(); };
+    EXPECT_FALSE(answers(2'000'000));
+    rig->SetControlLine(ControlLine::dtr, true, 0);
+    EXPECT_FALSE(answers(2'000'000)) << "one line is not enough";
+    rig->SetControlLine(ControlLine::rts, true, 100);
+    EXPECT_FALSE(answers(1'000'099)) << "it still starts";
+    EXPECT_TRUE(answers(1'000'100));
+    rig.now = 2'000'000;
+    EXPECT_THAT(rig.Ask({26, 7}), ElementsAre(26));
+    for (const ControlLine line : {ControlLine::dtr, ControlLine::rts}) {
+        rig->SetControlLine(line, false, 2'000'000);
+        EXPECT_FALSE(answers(3'000'000));
+        rig->SetControlLine(line, true, 2'000'000);
+        EXPECT_FALSE(answers(2'999'999));
+        EXPECT_TRUE(answers(3'000'000));
+    }
+    rig.now = 3'000'000;
+    EXPECT_THAT(rig.Ask({27}), ElementsAre(27, 0)) << "without power the registers are forgotten";
+    rig->Unplug(4'000'000);
+    rig->Plug(4'000'000);
+    EXPECT_FALSE(answers(4'999'999)) << "it starts anew behind a pulled cable";
+    EXPECT_TRUE(answers(5'000'000));
+    rig->Close(5'000'000);
+    EXPECT_FALSE(answers(9'000'000)) << "a closed port drops its lines";
+
+    ColorimeterRig terminal(4, Road::pty);
+    terminal->Close(0);
+    EXPECT_FALSE(terminal->Receive(Bytes{1, 6}, 0).empty()) << "a pseudo-terminal has no such lines";
 }
 
 TEST(ColorimeterDialogue, CommandsAreRunOneAfterTheOther)
@@ -315,12 +372,17 @@ TEST(ColorimeterDialogue, TraceShowsBothDirections)
     ColorimeterRig rig(4, Road::serial);
     std::vector<Virtual::Arrival> junk;
     rig->Open(0, junk);
-    rig->Receive(Bytes{0x41, 0xFF, 0x41, 2, 8, 121}, 0);
+    EXPECT_EQ(rig->SetUp(0), 0);
+    for (const bool up : {false, true})
+        for (const auto line : {Virtual::ControlLine::dtr, Virtual::ControlLine::rts})
+            rig->SetControlLine(line, up, 0);
+    rig->Receive(Bytes{0x41, 0xFF, 0x41, 2, 8, 121, 0}, 2'000'000);
     rig->Close(0);
     EXPECT_EQ(rig->trace.Text(Virtual::Trace::Channel::main),
-              "open\nheader 41 FF 41\ncommand 08 79\nreply 08 79 43\nclose\n");
+              "open\nsetup\ndtr down\nrts down\ndtr up\nrts up\n"
+              "header 41 FF 41\ncommand 08 79\nreply 08 79 43\nno frame 00\nclose\n");
     EXPECT_EQ(rig->CountPassings("command:8"), 1);
-    EXPECT_EQ(rig->CountPassings("any"), 3);
+    EXPECT_EQ(rig->CountPassings("any"), 4);
 }
 
 TEST(ColorimeterDialogue, MemoryIsLaidOutByType)

@@ -55,7 +55,7 @@ TEST(ColorimeterFault, OnASerialLine)
             rig->trace.Text(Virtual::Trace::Channel::main),
             testing::EndsWith(c.bytes.empty() ? "command 08 79\n" : "reply" + Virtual::HexBytes(payload) + "\n"))
             << "the trace shows what was sent";
-        rig->Plug(0);
+        rig.Start();
         EXPECT_EQ(ask()[0].bytes, Bytes({3, 8, 121, 'C'})) << "nor the third";
     }
 }
@@ -138,6 +138,16 @@ TEST(ColorimeterFault, OpeningAndClosing)
     }
 }
 
+TEST(ColorimeterFault, ALineThatCannotBeSetUp)
+{
+    ColorimeterRig rig(4, Road::serial);
+    rig->SetFault("setup", 1, 1, "fail", 0);
+    EXPECT_EQ(rig->SetUp(0), EIO);
+    EXPECT_EQ(rig->SetUp(0), 0);
+    rig->SetFault("any", 1, 1, "short", 0);
+    EXPECT_EQ(rig->SetUp(0), 0) << "nothing that could be cut short";
+}
+
 TEST(ColorimeterFault, JunkComesOnOpeningASerialPort)
 {
     for (const Road road : {Road::serial, Road::usb}) {
@@ -168,9 +178,12 @@ TEST(ColorimeterFault, PairsWithoutMeaningAreRefused)
         const char* how;
     };
     const Case cases[] = {
-        {Road::usb, "command", "length-zero"}, {Road::usb, "any", "close-after-length"}, {Road::serial, "any", "stall"},
-        {Road::serial, "command:8", "denied"}, {Road::usb, "open", "wrong-echo"},        {Road::usb, "control", "fail"},
-        {Road::usb, "close", "busy"},          {Road::usb, "interrupt-read", "fail"},    {Road::usb, "open:1", "fail"},
+        {Road::usb, "command", "length-zero"}, {Road::usb, "any", "close-after-length"},
+        {Road::serial, "any", "stall"},        {Road::serial, "command:8", "denied"},
+        {Road::usb, "open", "wrong-echo"},     {Road::usb, "control", "fail"},
+        {Road::usb, "setup", "fail"},          {Road::pty, "setup", "fail"},
+        {Road::serial, "setup", "short"},      {Road::usb, "close", "busy"},
+        {Road::usb, "interrupt-read", "fail"}, {Road::usb, "open:1", "fail"},
     };
     for (const auto& c : cases) {
         ColorimeterRig rig(4, c.road);

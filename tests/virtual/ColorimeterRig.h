@@ -20,7 +20,16 @@ public:
           usb(road == Virtual::Place::Road::usb)
     {
         instrument->TakePlace({road, 1});
-        instrument->Plug(0);
+        Start();
+    }
+
+    /// Gives it its power, so that it has started by moment 0.
+    void Start()
+    {
+        instrument->Plug(-1'000'000);
+        instrument->SetControlLine(Virtual::ControlLine::dtr, true, -1'000'000);
+        instrument->SetControlLine(Virtual::ControlLine::rts, true, -1'000'000);
+        instrument->trace.Clear();
     }
 
     Virtual::WireInstrument* operator->() { return instrument.get(); }

@@ -10,6 +10,7 @@
 #include <chrono>
 #include <gmock/gmock.h>
 #include <string>
+#include <termios.h>
 #include <thread>
 #include <vector>
 
@@ -34,6 +35,7 @@ protected:
         EXPECT_EQ(Platform::SerialSetDtr(handle, true), 0);
         EXPECT_EQ(Platform::SerialSetRts(handle, true), 0);
         EXPECT_EQ(Platform::SerialSetLimits(handle, &limits), 0);
+        Platform::SleepMicroseconds(1'000'000); // it starts on the port's power
         return handle;
     }
 
@@ -73,12 +75,45 @@ protected:
 
 const Bytes readLetter = {2, 8, 121};
 
+constexpr std::int64_t byteTime = 1042; // microseconds of ten bits at 9600 baud
+
 TEST_F(Transport, ASerialPortInMemoryTakesTheBenchsTime)
 {
     ASSERT_GT(oxv_attach("colorimeter-4", "serial:3"), 0);
     const auto port = OpenPort(3);
-    EXPECT_EQ(Lasts([&] { EXPECT_THAT(Ask(port, readLetter), ElementsAre(8, 121, 'C')); }), 0);
-    EXPECT_EQ(Lasts([&] { EXPECT_EQ(Ask(port, {1, 1}).size(), 5U); }), 1'666'668);
+    const auto lasts = [&](const Bytes& frame) { return Lasts([&] { Ask(port, frame); }); };
+    EXPECT_EQ(lasts(readLetter), 7 * byteTime) << "three bytes there, four back";
+    EXPECT_EQ(lasts({1, 1}), 1'666'668 + 8 * byteTime);
+    EXPECT_EQ(lasts({0x41, 0xFF, 0x41, 1, 6}), 11 * byteTime);
+    Platform::SerialClose(port);
+}
+
+TEST_F(Transport, APortThatIsNotSetUpIsNotUnderstood)
+{
+    const auto device = oxv_attach("colorimeter-4", "serial:1");
+    ASSERT_EQ(oxv_fault(device, "setup", 1, 1, "fail"), OXV_OK);
+    Platform::SerialHandle port = nullptr;
+    ASSERT_EQ(Platform::SerialOpen(1, &port), 0);
+    Platform::SerialSetDtr(port, true);
+    Platform::SerialSetRts(port, true);
+    Platform::SerialSetLimits(port, &threeSeconds);
+    Platform::SleepMicroseconds(1'000'000);
+    EXPECT_EQ(Platform::SerialConfigure(port), EIO);
+    EXPECT_THAT(Ask(port, readLetter), IsEmpty());
+    EXPECT_EQ(Platform::SerialConfigure(port), 0);
+    EXPECT_EQ(Ask(port, readLetter).size(), 3U);
+    Platform::SerialSetRts(port, false);
+    EXPECT_THAT(Ask(port, readLetter), IsEmpty()) << "it has no power";
+    Platform::SerialSetRts(port, true);
+    EXPECT_THAT(Ask(port, readLetter), IsEmpty()) << "it starts, and has not heard this";
+    EXPECT_EQ(Ask(port, readLetter).size(), 3U);
+    Platform::SerialClose(port);
+}
+
+TEST_F(Transport, SilenceLastsToTheLimit)
+{
+    ASSERT_GT(oxv_attach("colorimeter-4", "serial:3"), 0);
+    const auto port = OpenPort(3);
     EXPECT_EQ(Lasts([&] { EXPECT_THAT(Ask(port, {1, 99}), IsEmpty()); }), 3'250'000) << "nothing comes, to the limit";
     EXPECT_EQ(Platform::SerialClose(port), 0);
 }
@@ -88,7 +123,31 @@ TEST_F(Transport, TheIntervalEndsAReplyThatBreaksOff)
     const auto device = oxv_attach("colorimeter-4", "serial:1");
     const auto port = OpenPort(1);
     oxv_fault(device, "command:8", 1, 1, "one-short");
-    EXPECT_EQ(Lasts([&] { EXPECT_THAT(Ask(port, readLetter), ElementsAre(8, 121)); }), 2'500'000);
+    EXPECT_EQ(Lasts([&] { EXPECT_THAT(Ask(port, readLetter), ElementsAre(8, 121)); }), 6 * byteTime + 2'500'000);
+    Platform::SerialClose(port);
+
+    const auto hasty = OpenPort(1, {1, 250, 3000, 250, 250});
+    Send(hasty, readLetter);
+    for (int i = 0; i < 4; ++i)
+        EXPECT_EQ(Receive(hasty, 4).size(), 1U) << "a byte takes longer than the interval";
+    Platform::SerialClose(hasty);
+}
+
+TEST_F(Transport, AWriteEndsWhenTheTransmitterHasTakenItAll)
+{
+    ASSERT_GT(oxv_attach("colorimeter-4", "serial:1"), 0);
+    const auto port = OpenPort(1, {0, 0, 1, 0, 0});
+    const Bytes longText(2000, 0xFF);
+    std::size_t moved = 0;
+    const auto write = [&] { Platform::SerialWrite(port, longText.data(), longText.size(), &moved); };
+    EXPECT_EQ(Lasts([&] { Send(port, Bytes(1024, 0xFF)); }), 0) << "all of it waits to be sent";
+    EXPECT_EQ(Lasts(write), 2000 * byteTime) << "as much as went before must have left";
+    EXPECT_EQ(moved, 2000U);
+    oxv_clock_advance(2'000'000);
+    const Platform::SerialLimits brief = {0, 0, 1, 0, 100};
+    Platform::SerialSetLimits(port, &brief);
+    EXPECT_EQ(Lasts(write), 100'000);
+    EXPECT_EQ(moved, 1024U + 95) << "what fits at once, and what has left since";
     Platform::SerialClose(port);
 }
 
@@ -153,6 +212,7 @@ TEST_F(Transport, FailuresOfReading)
     oxv_unplug(device);
     EXPECT_THAT(Ask(port, readLetter), IsEmpty());
     oxv_plug(device);
+    oxv_clock_advance(1'000'000);
     EXPECT_EQ(Ask(port, readLetter).size(), 3U) << "a line does not notice the cable";
     Platform::SerialClose(port);
 }
@@ -161,10 +221,11 @@ TEST_F(Transport, AReplyUnderWayIsLostWithTheCable)
 {
     const auto device = oxv_attach("colorimeter-4", "serial:1");
     const auto port = OpenPort(1);
-    Send(port, {1, 1});
+    Send(port, {1, 6});
+    oxv_clock_advance(4 * byteTime);
     oxv_unplug(device);
     oxv_plug(device);
-    EXPECT_THAT(Receive(port, 1), IsEmpty());
+    EXPECT_EQ(Receive(port, 6).size(), 2U) << "the length and the echo had arrived";
     Platform::SerialClose(port);
 }
 
@@ -172,7 +233,7 @@ TEST_F(Transport, AReadWithoutALimitGetsWhatIsUnderWay)
 {
     ASSERT_GT(oxv_attach("colorimeter-4", "serial:1"), 0);
     const auto port = OpenPort(1, {});
-    EXPECT_EQ(Lasts([&] { EXPECT_EQ(Ask(port, {1, 1}).size(), 5U); }), 1'666'668);
+    EXPECT_EQ(Lasts([&] { EXPECT_EQ(Ask(port, {1, 1}).size(), 5U); }), 1'666'668 + 8 * byteTime);
 
     int status = -1;
     std::thread reader([&] {
@@ -260,7 +321,8 @@ TEST_F(Transport, AChannelTakesTheBenchsTime)
     EXPECT_EQ(Platform::ChannelOpen(0, &channel), ENOENT);
     ASSERT_EQ(Platform::ChannelOpen(5, &channel), 0);
     EXPECT_THAT(Exchange(channel, {2, 8, 121}), ElementsAre(8, 121, 'X'));
-    EXPECT_EQ(Lasts([&] { EXPECT_EQ(Exchange(channel, {1, 1}).size(), 5U); }), 1'666'667);
+    EXPECT_EQ(Lasts([&] { EXPECT_EQ(Exchange(channel, {1, 1}).size(), 5U); }), 1'666'667 + 1000);
+    EXPECT_EQ(Lasts([&] { Exchange(channel, {1, 6}); }), 1000);
     EXPECT_EQ(Platform::ChannelClose(channel), 0);
     EXPECT_EQ(Platform::ChannelClose(channel), EBADF);
     Exchange(channel, {1, 0}, EBADF);
@@ -293,7 +355,7 @@ TEST_F(Transport, AnExchangeThatNeverEndsIsGivenUpByTheDriver)
     Platform::ChannelHandle channel = nullptr;
     ASSERT_EQ(Platform::ChannelOpen(0, &channel), 0);
     oxv_fault(device, "command", 1, 1, "timeout");
-    EXPECT_EQ(Lasts([&] { Exchange(channel, {1, 0}, ETIMEDOUT); }), 5'000'000);
+    EXPECT_EQ(Lasts([&] { Exchange(channel, {1, 0}, ETIMEDOUT); }), 5'001'000);
     Platform::ChannelClose(channel);
 }
 
@@ -341,7 +403,13 @@ TEST_F(Terminal, CarriesAConversation)
     EXPECT_TRUE(Becomes("close", 1));
 
     const auto again = Open();
-    EXPECT_EQ(Ask(again, readLetter).size(), 3U);
+    EXPECT_EQ(Lasts([&] { EXPECT_EQ(Ask(again, readLetter).size(), 3U); }), 7 * byteTime);
+    termios line{};
+    const int descriptor = static_cast<int>(reinterpret_cast<std::intptr_t>(again));
+    ASSERT_EQ(tcgetattr(descriptor, &line), 0);
+    cfsetspeed(&line, B115200);
+    ASSERT_EQ(tcsetattr(descriptor, TCSANOW, &line), 0);
+    EXPECT_EQ(Lasts([&] { EXPECT_EQ(Ask(again, readLetter).size(), 3U); }), 7 * 87) << "as fast as the port is set to";
     EXPECT_EQ(oxv_count(device, "open"), 2);
     EXPECT_EQ(Platform::SerialClose(again), 0);
 }

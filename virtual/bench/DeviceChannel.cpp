@@ -15,6 +15,12 @@ using Virtual::Bench;
 using Virtual::BenchLock;
 using Channels = Virtual::HandleTable<Virtual::DeviceChannel>;
 
+namespace {
+
+constexpr Virtual::Moment frameTime = 1000; // microseconds that a request takes to the instrument and back
+
+}
+
 int ChannelOpen(std::uint32_t index, ChannelHandle* handle) noexcept
 try {
     if (handle == nullptr)
@@ -49,7 +55,8 @@ try {
         return EBADF;
     if (!channel->IsAlive())
         return ENODEV;
-    const auto reply = channel->instrument->Exchange(std::span<const std::uint8_t, 8>(request, 8), bench.Now());
+    const auto reply =
+        channel->instrument->Exchange(std::span<const std::uint8_t, 8>(request, 8), bench.Now() + frameTime);
     // A pulled cable ends the wait at once.
     const auto due = [&] { return std::optional(channel->IsAlive() ? reply.due : bench.Now()); };
     bench.WaitFor(lock, due, reply.due);

@@ -12,8 +12,8 @@ namespace {
 
 /// The points that an instrument can pass. One that ends in a colon carries a number behind it.
 constexpr std::string_view pointNames[] = {
-    "enumerate", "open",       "open:",          "close",   "reset",    "control", "control:",
-    "bulk-read", "bulk-write", "interrupt-read", "command", "command:", "any",
+    "enumerate", "open",      "open:",      "setup",          "close",   "reset",    "control",
+    "control:",  "bulk-read", "bulk-write", "interrupt-read", "command", "command:", "any",
 };
 
 void RequireKnownPoint(std::string_view point)

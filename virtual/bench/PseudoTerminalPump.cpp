@@ -2,6 +2,7 @@
 
 #include "virtual/bench/Bench.h"
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -82,21 +83,31 @@ void PseudoTerminalPump::Carry(std::span<const std::uint8_t> bytes)
     std::vector<Arrival> arrivals;
     {
         const BenchLock lock;
-        arrivals = instrument->Receive(bytes, Bench::Instance().Now());
+        receivedUntil = std::max(receivedUntil, Bench::Instance().Now()) + TimeOf(bytes.size());
+        arrivals = instrument->Receive(bytes, receivedUntil);
     }
     Deliver(arrivals);
 }
 
-/// Sends each reply when the bench's clock has come to it. A virtual clock moves there at once.
+/// On the line, at the speed that the port is set to.
+Moment PseudoTerminalPump::TimeOf(std::size_t bytes) const
+{
+    return static_cast<Moment>(bytes) * ByteTime(terminal->BaudRate());
+}
+
+/// Sends each reply when the bench's clock has come to its last byte. A virtual clock moves there at once.
 void PseudoTerminalPump::Deliver(const std::vector<Arrival>& arrivals)
 {
     for (const Arrival& arrival : arrivals) {
+        if (!terminal)
+            return;
         {
             BenchLock lock;
-            const auto due = [&arrival] { return std::optional(arrival.due); };
-            Bench::Instance().WaitFor(lock, due, arrival.due);
+            const Moment end = arrival.due + TimeOf(arrival.bytes.size());
+            const auto due = [end] { return std::optional(end); };
+            Bench::Instance().WaitFor(lock, due, end);
         }
-        if (stopped || !terminal)
+        if (stopped)
             return;
         if (!arrival.bytes.empty())
             terminal->Write(arrival.bytes.data(), arrival.bytes.size());

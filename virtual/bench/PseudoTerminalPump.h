@@ -27,10 +27,12 @@ private:
     void Carry(std::span<const std::uint8_t> bytes);
     void Deliver(const std::vector<Arrival>& arrivals);
     void HangUp();
+    Moment TimeOf(std::size_t bytes) const;
 
     std::shared_ptr<WireInstrument> instrument;
     std::unique_ptr<Platform::PseudoTerminal> terminal; // of the thread alone, once it runs
     std::atomic<bool> stopped = false;
+    Moment receivedUntil = 0; // the host's last byte is at the instrument
     bool portOpen = false;
 };
 

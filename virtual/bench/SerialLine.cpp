@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <iterator>
 #include <utility>
 
 namespace Virtual {
@@ -10,101 +9,144 @@ namespace Virtual {
 namespace {
 
 constexpr Moment millisecond = 1000;
+constexpr Moment byteTime = ByteTime(9600);
+constexpr Moment transmitterBytes = 1024; // that wait to be sent
+constexpr Moment longUp = 3'600'000'000;  // an hour
 
-/// The end of a read of so many bytes; none without a limit.
-std::optional<Moment> EndOfRead(const Platform::SerialLimits& limits, std::size_t size, Moment now)
+/// The end of a transfer of so many bytes; none without a limit.
+std::optional<Moment> EndOf(std::uint32_t multiplier, std::uint32_t constant, std::size_t size, Moment now)
 {
-    if (limits.readMultiplier == 0 && limits.readConstant == 0)
+    if (multiplier == 0 && constant == 0)
         return std::nullopt;
-    return now + millisecond * (Moment{limits.readMultiplier} * static_cast<Moment>(size) + limits.readConstant);
+    return now + millisecond * (Moment{multiplier} * static_cast<Moment>(size) + constant);
 }
 
 }
 
-SerialLine::SerialLine(std::shared_ptr<WireInstrument> farEnd, std::vector<Arrival> atOpen)
-    : instrument(std::move(farEnd)), session(instrument->Session())
+SerialLine::SerialLine(std::shared_ptr<WireInstrument> farEnd, const std::vector<Arrival>& atOpen)
+    : instrument(std::move(farEnd)), losses(instrument->PowerLosses())
 {
-    Append(std::move(atOpen));
+    Append(atOpen);
 }
 
-void SerialLine::Append(std::vector<Arrival> more)
+int SerialLine::SetUp()
 {
-    if (session != instrument->Session())
-        arrivals.clear(); // what was under way when the cable was pulled is lost
-    session = instrument->Session();
-    std::ranges::move(more, std::back_inserter(arrivals));
+    const int error = instrument->SetUp(Bench::Instance().Now());
+    isSetUp = isSetUp || error == 0;
+    return error;
+}
+
+void SerialLine::SetControlLine(ControlLine line, bool up)
+{
+    instrument->SetControlLine(line, up, Bench::Instance().Now());
+}
+
+void SerialLine::TakeAsSetUp()
+{
+    isSetUp = true;
+    for (const ControlLine line : {ControlLine::dtr, ControlLine::rts})
+        instrument->SetControlLine(line, true, Bench::Instance().Now() - longUp);
+}
+
+void SerialLine::Append(const std::vector<Arrival>& more)
+{
+    DropLost();
+    for (const Arrival& arrival : more) {
+        receivedUntil = std::max(receivedUntil, arrival.due);
+        for (const std::uint8_t byte : arrival.bytes)
+            incoming.push_back({byte, receivedUntil += byteTime, Arrival::End::none});
+        if (arrival.end != Arrival::End::none)
+            incoming.push_back({0, receivedUntil, arrival.end});
+    }
+}
+
+/// What was under way when the instrument lost its power is lost; what had arrived is kept.
+void SerialLine::DropLost()
+{
+    if (losses == instrument->PowerLosses())
+        return;
+    losses = instrument->PowerLosses();
+    std::erase_if(incoming, [this](const Incoming& item) { return item.due > instrument->LastPowerLoss(); });
+    receivedUntil = std::min(receivedUntil, instrument->LastPowerLoss());
 }
 
 std::optional<Moment> SerialLine::NextMoment()
 {
     if (hungUp)
         return Bench::Instance().Now();
-    if (!instrument->IsPlugged() || session != instrument->Session())
-        arrivals.clear();
-    return arrivals.empty() ? std::nullopt : std::optional(arrivals.front().due);
-}
-
-/// Takes what fits of the first arrival.
-std::size_t SerialLine::Take(std::span<std::uint8_t> bytes)
-{
-    Bytes& waiting = arrivals.front().bytes;
-    const auto count = static_cast<std::ptrdiff_t>(std::min(waiting.size(), bytes.size()));
-    std::copy_n(waiting.begin(), count, bytes.begin());
-    waiting.erase(waiting.begin(), waiting.begin() + count);
-    if (waiting.empty() && arrivals.front().end == Arrival::End::none)
-        arrivals.pop_front();
-    return static_cast<std::size_t>(count);
+    DropLost();
+    return incoming.empty() ? std::nullopt : std::optional(incoming.front().due);
 }
 
 int SerialLine::Read(BenchLock& lock, std::span<std::uint8_t> bytes, std::size_t* moved)
 {
     Bench& bench = Bench::Instance();
-    const auto total = EndOfRead(limits, bytes.size(), bench.Now());
+    const Moment start = bench.Now();
+    const auto total = EndOf(limits.readMultiplier, limits.readConstant, bytes.size(), start);
+    const auto next = [this] { return NextMoment(); };
+    const auto anything = [this] { return NextMoment() ? std::optional(Bench::Instance().Now()) : std::nullopt; };
     std::optional<Moment> deadline = total;
     while (*moved < bytes.size()) {
-        // Without a limit the host gets what is under way all the same, and the clock goes there.
-        const auto until = deadline ? deadline : NextMoment();
-        if (!bench.WaitFor(
-                lock, [this] { return NextMoment(); }, until))
-            return 0;
+        if (!deadline) // wait until something is under way: then the clock goes there
+            bench.WaitFor(lock, anything, std::nullopt);
+        if (!bench.WaitFor(lock, next, deadline ? deadline : NextMoment())) {
+            if (deadline)
+                return 0;
+            continue;
+        }
         if (hungUp)
             return *moved > 0 ? 0 : EIO;
-        const Arrival& first = arrivals.front();
-        if (first.bytes.empty()) {
-            hungUp = first.end == Arrival::End::hangUp;
+        const Incoming item = incoming.front();
+        if (item.end != Arrival::End::none) {
+            hungUp = item.end == Arrival::End::hangUp;
             if (*moved == 0)
-                arrivals.pop_front();
+                incoming.pop_front();
             return *moved > 0 ? 0 : EIO;
         }
-        *moved += Take(bytes.subspan(*moved));
+        incoming.pop_front();
+        bytes[(*moved)++] = item.byte;
         if (limits.readInterval != 0) {
-            const Moment next = bench.Now() + millisecond * limits.readInterval;
-            deadline = total ? std::min(*total, next) : next;
+            const Moment end = std::max(start, item.due) + millisecond * limits.readInterval;
+            deadline = total ? std::min(*total, end) : end;
         }
     }
     return 0;
 }
 
-int SerialLine::Write(std::span<const std::uint8_t> bytes, std::size_t* moved)
+void SerialLine::Send(std::uint8_t byte)
 {
-    if (hungUp)
-        return EIO;
-    Append(instrument->Receive(bytes, Bench::Instance().Now()));
-    *moved = bytes.size();
-    Bench::Instance().Changed();
+    sentUntil = std::max(sentUntil, Bench::Instance().Now()) + byteTime;
+    if (isSetUp)
+        Append(instrument->Receive({&byte, 1}, sentUntil));
+}
+
+int SerialLine::Write(BenchLock& lock, std::span<const std::uint8_t> bytes, std::size_t* moved)
+{
+    Bench& bench = Bench::Instance();
+    const auto end = EndOf(limits.writeMultiplier, limits.writeConstant, bytes.size(), bench.Now());
+    for (const std::uint8_t byte : bytes) {
+        const Moment room = sentUntil - (transmitterBytes - 1) * byteTime;
+        const auto due = [&] { return std::optional(hungUp ? bench.Now() : room); };
+        if (!bench.WaitFor(lock, due, end ? *end : room))
+            break;
+        if (hungUp)
+            return *moved > 0 ? 0 : EIO;
+        Send(byte);
+        ++*moved;
+    }
+    bench.Changed();
     return 0;
 }
 
 void SerialLine::DropReceived(Moment now)
 {
-    std::erase_if(arrivals,
-                  [now](const Arrival& arrival) { return arrival.due <= now && arrival.end == Arrival::End::none; });
+    std::erase_if(incoming, [now](const Incoming& item) { return item.due <= now && item.end == Arrival::End::none; });
 }
 
 void SerialLine::HangUp()
 {
     hungUp = true;
-    arrivals.clear();
+    incoming.clear();
     Bench::Instance().Changed();
 }
 

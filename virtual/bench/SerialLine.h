@@ -12,21 +12,31 @@
 
 namespace Virtual {
 
-/// The host's end of a serial line in memory, open on one instrument. Bytes arrive when the bench's clock has come to
-/// their moment. A pulled cable is silence, as on a real line.
+/// The host's end of a serial line in memory, open on one instrument, at 9600 baud. Each byte takes its time, in both
+/// directions at once, and is there when the bench's clock has come to its moment. A pulled cable is silence, as on a
+/// real line.
 class SerialLine {
 public:
-    SerialLine(std::shared_ptr<WireInstrument> farEnd, std::vector<Arrival> atOpen);
+    SerialLine(std::shared_ptr<WireInstrument> farEnd, const std::vector<Arrival>& atOpen);
+
+    /// Platform::SerialConfigure(). What is written before does not reach the instrument.
+    int SetUp();
+
+    /// Platform::SerialSetDtr() and Platform::SerialSetRts().
+    void SetControlLine(ControlLine line, bool up);
+
+    /// For a line that the application has opened: it is set up, and its control lines have been up for long.
+    void TakeAsSetUp();
 
     /// Platform::SerialRead() under the limits.
     int Read(BenchLock& lock, std::span<std::uint8_t> bytes, std::size_t* moved);
 
-    /// Platform::SerialWrite().
-    int Write(std::span<const std::uint8_t> bytes, std::size_t* moved);
+    /// Platform::SerialWrite() under the limits: it ends once the transmitter has taken the last byte.
+    int Write(BenchLock& lock, std::span<const std::uint8_t> bytes, std::size_t* moved);
 
     void DropReceived(Moment now);
 
-    /// Ends the line: the far end is gone for good. Whoever waits in Read comes back.
+    /// Ends the line: the far end is gone for good. Whoever waits in Read or Write comes back.
     void HangUp();
 
     WireInstrument& FarEnd() { return *instrument; }
@@ -35,13 +45,24 @@ public:
     int descriptor = -1; ///< the one that the application holds for this line; -1: none
 
 private:
+    /// A byte under way, or the end of the line behind the bytes.
+    struct Incoming {
+        std::uint8_t byte;
+        Moment due;
+        Arrival::End end;
+    };
+
     std::optional<Moment> NextMoment();
-    void Append(std::vector<Arrival> more);
-    std::size_t Take(std::span<std::uint8_t> bytes);
+    void Append(const std::vector<Arrival>& more);
+    void Send(std::uint8_t byte);
+    void DropLost();
 
     std::shared_ptr<WireInstrument> instrument;
-    std::uint32_t session; // the plugging under which the bytes set out
-    std::deque<Arrival> arrivals;
+    std::deque<Incoming> incoming;
+    Moment receivedUntil = 0; // the last byte under way is here
+    Moment sentUntil = 0;     // the transmitter's last byte is at the instrument
+    std::uint32_t losses;     // of the instrument's power, that `incoming` knows of
+    bool isSetUp = false;
     bool hungUp = false;
 };
 

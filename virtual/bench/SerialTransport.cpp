@@ -72,7 +72,8 @@ int MemoryDescriptor(const std::shared_ptr<WireInstrument>& instrument)
     std::vector<Arrival> junk;
     if (instrument->Open(Bench::Instance().Now(), junk) != 0)
         return -1;
-    const auto line = std::make_shared<SerialLine>(instrument, std::move(junk));
+    const auto line = std::make_shared<SerialLine>(instrument, junk);
+    line->TakeAsSetUp();
     line->descriptor = Platform::ReserveDescriptor();
     if (line->descriptor >= 0)
         Lines::Instance().Add(Platform::Posix::ToHandle(line->descriptor), line);
@@ -151,7 +152,7 @@ try {
     std::vector<Virtual::Arrival> junk;
     if (const int status = instrument->Open(Bench::Instance().Now(), junk); status != 0)
         return status;
-    *handle = Lines::Instance().Add(std::make_shared<SerialLine>(instrument, std::move(junk)));
+    *handle = Lines::Instance().Add(std::make_shared<SerialLine>(instrument, junk));
     return 0;
 } catch (const std::exception&) {
     return ENOMEM;
@@ -160,19 +161,26 @@ try {
 int SerialConfigure(SerialHandle handle) noexcept
 {
     return OnPort(
-        handle, [](SerialLine&, BenchLock&) { return 0; }, [&] { return Posix::SerialConfigure(handle); });
+        handle, [](SerialLine& line, BenchLock&) { return line.SetUp(); },
+        [&] { return Posix::SerialConfigure(handle); });
 }
 
 int SerialSetDtr(SerialHandle handle, bool on) noexcept
 {
-    return OnPort(
-        handle, [](SerialLine&, BenchLock&) { return 0; }, [&] { return Posix::SerialSetDtr(handle, on); });
+    const auto set = [on](SerialLine& line, BenchLock&) {
+        line.SetControlLine(Virtual::ControlLine::dtr, on);
+        return 0;
+    };
+    return OnPort(handle, set, [&] { return Posix::SerialSetDtr(handle, on); });
 }
 
 int SerialSetRts(SerialHandle handle, bool on) noexcept
 {
-    return OnPort(
-        handle, [](SerialLine&, BenchLock&) { return 0; }, [&] { return Posix::SerialSetRts(handle, on); });
+    const auto set = [on](SerialLine& line, BenchLock&) {
+        line.SetControlLine(Virtual::ControlLine::rts, on);
+        return 0;
+    };
+    return OnPort(handle, set, [&] { return Posix::SerialSetRts(handle, on); });
 }
 
 int SerialGetLimits(SerialHandle handle, SerialLimits* limits) noexcept
@@ -211,7 +219,7 @@ int SerialWrite(SerialHandle handle, const std::uint8_t* bytes, std::size_t size
     if (moved == nullptr || (bytes == nullptr && size != 0))
         return EINVAL;
     *moved = 0;
-    const auto write = [&](SerialLine& line, BenchLock&) { return line.Write({bytes, size}, moved); };
+    const auto write = [&](SerialLine& line, BenchLock& lock) { return line.Write(lock, {bytes, size}, moved); };
     return OnPort(handle, write, [&] { return Posix::SerialWrite(handle, bytes, size, moved); });
 }
 

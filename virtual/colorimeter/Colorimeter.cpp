@@ -21,6 +21,7 @@ constexpr std::uint8_t behindTheReply = 0x5A; // fills a channel answer; not zer
 constexpr std::uint8_t unknownCommand = 0xEE; // the echo over USB
 constexpr std::uint8_t junkByte = 0x55;
 constexpr Moment driverPatience = 5'000'000; // after which the channel's driver gives an instrument up
+constexpr Moment startUpTime = 1'000'000;    // on the power of a serial port
 
 /// Places in the table of numbers below.
 enum Row : std::size_t {
@@ -178,7 +179,7 @@ bool Instrument::TakesFault(std::string_view point, Fault fault) const
     switch (fault) {
     case Fault::fail:
     case Fault::unplug:
-        return exchange || point == "open" || point == "close";
+        return exchange || point == "open" || point == "close" || (point == "setup" && LivesOnThePort());
     case Fault::denied:
     case Fault::busy:
         return point == "open" || (exchange && OnUsb());
@@ -202,12 +203,34 @@ std::size_t Instrument::LongestAnswer(std::string_view point) const
 
 // ---- the wires
 
-void Instrument::CableChanged(Moment)
+void Instrument::CableChanged(Moment now)
 {
+    CheckPower(now);
+}
+
+void Instrument::SetControlLine(ControlLine line, bool up, Moment now)
+{
+    trace.Add(Trace::Channel::main, std::string(line == ControlLine::dtr ? "dtr" : "rts") + (up ? " up" : " down"));
+    linesUp[static_cast<std::size_t>(line)] = up;
+    CheckPower(now);
+}
+
+/// Starts or ends the instrument's run where cable and control lines say so.
+void Instrument::CheckPower(Moment now)
+{
+    const bool supplied = IsPlugged() && (!LivesOnThePort() || (linesUp[0] && linesUp[1]));
+    if (supplied == powered)
+        return;
+    powered = supplied;
     received.clear();
-    busyUntil = 0;
-    if (IsPlugged())
+    outOfStep = false;
+    if (powered) {
         firmware.PowerOn(OnUsb());
+        busyUntil = 0;
+        readyAt = LivesOnThePort() ? now + startUpTime : 0;
+    } else {
+        NotePowerLoss(now);
+    }
     StoreNumber(rowTicks, firmware.IntegrationTicks());
 }
 
@@ -222,9 +245,23 @@ int Instrument::Open(Moment now, std::vector<Arrival>& junk)
         return ENODEV;
     trace.Add(Trace::Channel::main, "open");
     received.clear();
+    outOfStep = false;
+    linesUp = {};
+    CheckPower(now);
     const auto count = static_cast<std::size_t>(Number(rowJunk));
     if (count > 0 && !OnUsb() && IsPlugged())
         junk.push_back({Bytes(count, junkByte), now + Microseconds(Number(rowDelay)), Arrival::End::none});
+    return 0;
+}
+
+int Instrument::SetUp(Moment now)
+{
+    const Fault fault = faults.Pass({"setup", "any"});
+    if (fault == Fault::unplug)
+        Unplug(now);
+    if (fault == Fault::fail)
+        return ErrorOf(fault);
+    trace.Add(Trace::Channel::main, "setup");
     return 0;
 }
 
@@ -234,6 +271,8 @@ int Instrument::Close(Moment now)
     if (fault == Fault::unplug)
         Unplug(now);
     trace.Add(Trace::Channel::main, "close");
+    linesUp = {};
+    CheckPower(now);
     return ErrorOf(fault);
 }
 
@@ -274,42 +313,40 @@ void Instrument::Mangle(Outcome& outcome)
         std::ranges::generate(bytes, [this] { return static_cast<std::uint8_t>(noise() >> 56); });
 }
 
-/// The next whole frame that has come in over the serial line, without its length. What cannot begin one is dropped.
+/// The next whole frame that has come in over the serial line, without its length. Nothing is skipped: behind a byte
+/// that cannot begin a frame the instrument is out of step, until it starts anew or its port is opened anew.
 std::optional<Bytes> Instrument::NextFrame()
 {
-    while (!received.empty()) {
-        if (received[0] == frameHeader[0]) {
-            const std::size_t have = std::min(received.size(), frameHeader.size());
-            const bool fits = std::equal(frameHeader.begin(), frameHeader.begin() + have, received.begin());
-            if (fits && have < frameHeader.size())
-                return std::nullopt;
-            received.erase(received.begin(), received.begin() + (fits ? 3 : 1));
-            if (fits)
-                trace.Add(Trace::Channel::main, "header" + HexBytes(frameHeader));
-            continue;
-        }
-        const std::size_t length = received[0];
-        if (length == 0 || length > longestFrame) {
-            received.erase(received.begin());
-            continue;
-        }
-        if (received.size() <= length)
-            return std::nullopt;
-        const auto end = received.begin() + static_cast<std::ptrdiff_t>(length) + 1;
-        Bytes frame(received.begin() + 1, end);
-        received.erase(received.begin(), end);
-        return frame;
+    const std::size_t have = std::min(received.size(), frameHeader.size());
+    const bool header =
+        have > 0 && std::equal(frameHeader.begin(), frameHeader.begin() + have, received.begin()); // or a part of it
+    if (header && have < frameHeader.size())
+        return std::nullopt;
+    if (header) {
+        trace.Add(Trace::Channel::main, "header" + HexBytes(frameHeader));
+        received.erase(received.begin(), received.begin() + frameHeader.size());
     }
-    return std::nullopt;
+    if (received.empty())
+        return std::nullopt;
+    const std::size_t length = received[0];
+    outOfStep = length == 0 || length > longestFrame;
+    if (outOfStep)
+        trace.Add(Trace::Channel::main, "no frame" + HexBytes(std::span(received).first(1)));
+    if (outOfStep || received.size() <= length)
+        return std::nullopt;
+    const auto end = received.begin() + static_cast<std::ptrdiff_t>(length) + 1;
+    Bytes frame(received.begin() + 1, end);
+    received.erase(received.begin(), end);
+    return frame;
 }
 
 std::vector<Arrival> Instrument::Receive(std::span<const std::uint8_t> bytes, Moment now)
 {
     std::vector<Arrival> arrivals;
+    if (!powered || outOfStep || now < readyAt)
+        return arrivals;
     received.insert(received.end(), bytes.begin(), bytes.end());
     while (const auto frame = NextFrame()) {
-        if (!IsPlugged())
-            continue;
         Outcome outcome = Run(*frame, std::max(now, busyUntil));
         busyUntil = outcome.due;
         if (outcome.fault == Fault::fail)
@@ -347,7 +384,11 @@ ChannelAnswer Instrument::Exchange(std::span<const std::uint8_t, 8> request, Mom
     ChannelAnswer answer{0, {}, now};
     if (!IsPlugged())
         return {ENODEV, {}, now};
-    const std::size_t length = std::clamp<std::size_t>(request[0], 1, request.size() - 1);
+    const std::size_t length = request[0];
+    if (length == 0 || length >= request.size()) {
+        trace.Add(Trace::Channel::main, "no frame" + HexBytes(request.first(1)));
+        return {EPIPE, {}, now};
+    }
     Outcome outcome = Run(request.subspan(1, length), now);
     answer.due = outcome.due;
     answer.error = ErrorOf(outcome.fault);

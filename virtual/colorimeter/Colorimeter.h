@@ -21,6 +21,8 @@ public:
     void ProtectMemory(std::uint32_t offset, bool on) override;
 
     int Open(Moment now, std::vector<Arrival>& junk) override;
+    int SetUp(Moment now) override;
+    void SetControlLine(ControlLine line, bool up, Moment now) override;
     int Close(Moment now) override;
     std::vector<Arrival> Receive(std::span<const std::uint8_t> bytes, Moment now) override;
     ChannelAnswer Exchange(std::span<const std::uint8_t, 8> request, Moment now) override;
@@ -43,13 +45,21 @@ private:
     Arrival ToArrival(Outcome& outcome);
     void Mangle(Outcome& outcome);
     std::optional<Bytes> NextFrame();
+    void CheckPower(Moment now);
     bool OnUsb() const { return place.road == Place::Road::usb; }
+
+    /// Without a supply of its own: it lives on the two control lines. A pseudo-terminal has none.
+    bool LivesOnThePort() const { return place.road == Place::Road::serial; }
 
     const Type& type;
     Firmware firmware;
     Place place;
-    Bytes received;       // over the serial line, not yet a whole frame
-    Moment busyUntil = 0; // with the commands that came over the serial line
+    Bytes received;                // over the serial line, not yet a whole frame
+    Moment busyUntil = 0;          // with the commands that came over the serial line
+    Moment readyAt = 0;            // what comes in before is not heard
+    std::array<bool, 2> linesUp{}; // [ControlLine]
+    bool powered = false;
+    bool outOfStep = false; // what came in cannot be a frame
     std::mt19937_64 noise;
 };
 

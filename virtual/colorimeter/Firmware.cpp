@@ -38,8 +38,8 @@ std::uint32_t Rounded(double value)
 
 void Memory::Write(std::size_t at, std::uint8_t value)
 {
-    if (writable && at < cells.size() && !held[at])
-        cells[at] = value;
+    if (writable && !held.at(at))
+        cells.at(at) = value;
 }
 
 /// One command that some firmware knows. Code and length decide together, among those of the instrument's features.
@@ -48,6 +48,7 @@ struct Firmware::Command {
     std::uint8_t length; // with the code
     std::uint16_t feature;
     Reply (Firmware::*run)(Parameters);
+    enum class Names { nothing, cell, wideCell, channel, channelLast } names = Names::nothing;
 };
 
 const Firmware::Command Firmware::commands[] = {
@@ -58,8 +59,8 @@ const Firmware::Command Firmware::commands[] = {
     {4, 1, Basic, &Firmware::ReadRefresh},
     {5, 5, Basic, &Firmware::SetTicks},
     {6, 1, Basic, &Firmware::GetTicks},
-    {7, 3, Basic, &Firmware::WriteCell},
-    {8, 2, Basic, &Firmware::ReadCell},
+    {7, 3, Basic, &Firmware::WriteCell, Command::Names::cell},
+    {8, 2, Basic, &Firmware::ReadCell, Command::Names::cell},
     {9, 1, FinePeriod, &Firmware::ReadRefresh},
     {10, 2, Edges, &Firmware::ReadPeriods},
     {11, 2, Edges, &Firmware::ReadPeriods},
@@ -68,17 +69,17 @@ const Firmware::Command Firmware::commands[] = {
     {16, 3, Wide, &Firmware::ReadWidePeriods},
     {17, 3, Wide, &Firmware::ReadWidePeriods},
     {18, 3, Wide, &Firmware::ReadWidePeriods},
-    {19, 2, Wide, &Firmware::ReadWideChannel},
-    {20, 4, Wide, &Firmware::SetWideEdges},
-    {21, 2, Wide, &Firmware::GetWideEdges},
+    {19, 2, Wide, &Firmware::ReadWideChannel, Command::Names::channel},
+    {20, 4, Wide, &Firmware::SetWideEdges, Command::Names::channelLast},
+    {21, 2, Wide, &Firmware::GetWideEdges, Command::Names::channel},
     {22, 1, Wide, &Firmware::ReadWideEdges},
     {16, 5, TimeLimited, &Firmware::ReadLimitedEdges},
     {17, 1, TimeLimited, &Firmware::FetchLimited},
     {18, 1, TimeLimited, &Firmware::FetchLimited},
     {17, 5, LoopPeriod, &Firmware::SetRegister},
     {18, 1, LoopPeriod, &Firmware::GetRegister},
-    {19, 4, Extended, &Firmware::WriteExtended},
-    {20, 3, Extended, &Firmware::ReadExtended},
+    {19, 4, Extended, &Firmware::WriteExtended, Command::Names::wideCell},
+    {20, 3, Extended, &Firmware::ReadExtended, Command::Names::wideCell},
     {21, 5, Integration, &Firmware::SetDark},
     {22, 5, Integration, &Firmware::SetDark},
     {23, 5, Integration, &Firmware::SetDark},
@@ -136,12 +137,30 @@ std::optional<Reply> Firmware::Answer(std::span<const std::uint8_t> frame)
 {
     const auto* command = std::ranges::find_if(commands, [&](const Command& row) {
         return !frame.empty() && row.code == frame[0] && row.length == frame.size()
-            && (row.feature == Basic || (row.feature & Features()) != 0);
+            && (row.feature == Basic || (row.feature & Features()) != 0) && Has(row, frame.subspan(1));
     });
     if (command == std::end(commands))
         return std::nullopt;
     code = command->code;
     return (this->*command->run)(frame.subspan(1));
+}
+
+/// Whether the cell or the channel that the command names is there.
+bool Firmware::Has(const Command& command, Parameters given) const
+{
+    constexpr std::size_t channels = 3;
+    switch (command.names) {
+    case Command::Names::cell:
+        return given[0] < memory.Size();
+    case Command::Names::wideCell:
+        return BigEndian(given.first(2)) < memory.Size();
+    case Command::Names::channel:
+        return given.front() < channels;
+    case Command::Names::channelLast:
+        return given.back() < channels;
+    default:
+        return true;
+    }
 }
 
 int Firmware::Revision() const
@@ -273,8 +292,8 @@ Reply Firmware::ReadWidePeriods(Parameters given)
     return CountPeriods(code - 16U, BigEndian(given));
 }
 
-/// Counts all channels together, gives the first one's count and leaves the others to be fetched; a lone converter gives
-/// its count, and nothing is left. Each count is that of half the time that its edges take.
+/// Counts all channels together, gives the first one's count and leaves the others to be fetched; a lone converter
+/// gives its count, and nothing is left. Each count is that of half the time that its edges take.
 Reply Firmware::CountEdges(const Counts& edges)
 {
     Counts counts{};
@@ -307,8 +326,7 @@ Reply Firmware::ReadWideEdges(Parameters)
 
 Reply Firmware::SetWideEdges(Parameters given)
 {
-    if (given[2] < state.wideEdges.size())
-        state.wideEdges[given[2]] = BigEndian(given.first(2));
+    state.wideEdges[given[2]] = BigEndian(given.first(2));
     return Acknowledge();
 }
 
@@ -316,7 +334,7 @@ Reply Firmware::GetWideEdges(Parameters given)
 {
     Reply reply = Acknowledge();
     reply.bytes.push_back(given[0]);
-    AppendBigEndian(reply.bytes, given[0] < state.wideEdges.size() ? state.wideEdges[given[0]] : 0U, 2);
+    AppendBigEndian(reply.bytes, state.wideEdges[given[0]], 2);
     return reply;
 }
 

@@ -22,15 +22,15 @@ class Memory {
 public:
     explicit Memory(std::vector<std::uint8_t> image) : cells(std::move(image)), held(cells.size()) { }
 
-    /// 0xFF where there is no cell.
-    std::uint8_t Read(std::size_t at) const { return at < cells.size() ? cells[at] : std::uint8_t{0xFF}; }
+    std::uint8_t Read(std::size_t at) const { return cells.at(at); }
 
-    /// Nothing happens where there is no cell or the cell is held.
+    /// Nothing happens where the cell is held.
     void Write(std::size_t at, std::uint8_t value);
 
     void Hold(std::size_t at, bool on) { held.at(at) = on; }
 
     std::span<std::uint8_t> Cells() { return cells; }
+    std::size_t Size() const { return cells.size(); }
 
     bool writable = true;
 
@@ -49,7 +49,8 @@ public:
     void PowerOn(bool usb);
 
     /// @param frame  the command code, then its parameters
-    /// @return none for a command that this instrument does not know in this length
+    /// @return none for a command that this instrument does not know in this length, or that names a cell or a channel
+    ///         which it does not have
     std::optional<Reply> Answer(std::span<const std::uint8_t> frame);
 
     Memory memory;
@@ -67,6 +68,7 @@ private:
     using Counts = std::array<std::uint32_t, 3>;
     static const Command commands[];
 
+    bool Has(const Command& command, Parameters given) const;
     std::uint16_t Features() const;
     int Revision() const;
     double TickSeconds() const;
