@@ -82,13 +82,13 @@ Initialisator::Initialisator()
 
 const Initialisator& Initialisator::Instance()
 {
-    static const Initialisator instance;
+    static const Initialisator& instance = *new Initialisator; // calls may come while the process ends
     return instance;
 }
 
 const Values& Initialisator::GetSupportedValues(std::string_view key) const
 {
-    static const Values none;
+    static const Values& none = *new Values;
     const auto found = supportedValues.find(key);
     return found == supportedValues.end() ? none : found->second;
 }

@@ -3,9 +3,9 @@
 #include "Vondrel/CMetry/CMetryException.h"
 #include "Vondrel/CMetry/MeasureConditionTranslator.h"
 #include "Vondrel/CMetry/VDSpectrum.h"
+#include "Vondrel/Utilities/Exceptions/NullPointerException.h"
 #include "Vondrel/Utilities/Exceptions/TraceGuard.h"
 #include "Vondrel/Utilities/Tools/LexicalCast.h"
-#include "Vondrel/Utilities/Tools/SmartPointer.h"
 
 #include <algorithm>
 
@@ -33,18 +33,18 @@ std::string FirstSupported(std::string_view key)
 struct VDMeasureConditions::Extras {
     std::map<std::string, std::string, std::less<>> customConditions{{std::string(Keys::CustomCondition), "Disable"}};
     std::string spectrumType; // counts where none of the supported ones is set
-    Utilities::Tools::SmartPointer<VDSpectrum> userdefinedIllumination;
+    std::shared_ptr<const VDSpectrum> userdefinedIllumination;
 
     bool AreDefault() const
     {
-        return !userdefinedIllumination.IsValid() && spectrumType.empty() && customConditions.size() == 1
+        return !userdefinedIllumination && spectrumType.empty() && customConditions.size() == 1
             && customConditions.begin()->second == "Disable";
     }
 };
 
 const VDMeasureConditions::Extras& VDMeasureConditions::GetExtras() const
 {
-    static const Extras none;
+    static const Extras& none = *new Extras; // calls may come while the process ends
     return extras ? *extras : none;
 }
 
@@ -70,8 +70,8 @@ bool VDMeasureConditions::operator==(const VDMeasureConditions& other) const
         return spectrumType == other.spectrumType;
     if (GetSpectrumType() != other.GetSpectrumType())
         return false;
-    const VDSpectrum* const mine = UserdefinedIlluminationAddress();
-    const VDSpectrum* const theirs = other.UserdefinedIlluminationAddress();
+    const VDSpectrum* const mine = FindUserdefinedIllumination();
+    const VDSpectrum* const theirs = other.FindUserdefinedIllumination();
     return mine == theirs || (mine != nullptr && theirs != nullptr && *mine == *theirs);
 }
 
@@ -173,15 +173,15 @@ void VDMeasureConditions::SetSpectrumType(const std::string& value)
 void VDMeasureConditions::SetIllumination(const VDIllumination& value)
 try {
     const VDIllumination copy = value; // it may be the one that stands here
-    if (copy.GetIlluminationTYPE() != IlluminationTYPE::Userdefined && UserdefinedIlluminationAddress() != nullptr)
-        ChangeExtras([](Extras& changed) { changed.userdefinedIllumination = 0; });
+    if (copy.GetIlluminationTYPE() != IlluminationTYPE::Userdefined && FindUserdefinedIllumination() != nullptr)
+        ChangeExtras([](Extras& changed) { changed.userdefinedIllumination.reset(); });
     illumination = copy;
 }
 TRACE_GUARD(className, "SetIllumination")
 
 void VDMeasureConditions::SetUserdefinedIllumination(const VDSpectrum& spectrum)
 try {
-    const Utilities::Tools::SmartPointer<VDSpectrum> copy(new VDSpectrum(spectrum));
+    const auto copy = std::make_shared<const VDSpectrum>(spectrum);
     ChangeExtras([&](Extras& changed) { changed.userdefinedIllumination = copy; });
     SetMeasureCondition(std::string(Keys::Illumination), "Userdefined");
 }
@@ -189,13 +189,17 @@ TRACE_GUARD(className, "SetUserdefinedIllumination")
 
 const VDSpectrum& VDMeasureConditions::GetUserdefinedIllumination() const
 try {
-    return *GetExtras().userdefinedIllumination;
+    const VDSpectrum* const spectrum = FindUserdefinedIllumination();
+    if (spectrum == nullptr)
+        throw Utilities::Exceptions::NullPointerException("no spectrum of the user-defined illumination",
+                                                          THROW_LOCATION(className, "GetUserdefinedIllumination"));
+    return *spectrum;
 }
 TRACE_GUARD(className, "GetUserdefinedIllumination")
 
-const VDSpectrum* VDMeasureConditions::UserdefinedIlluminationAddress() const noexcept
+const VDSpectrum* VDMeasureConditions::FindUserdefinedIllumination() const noexcept
 {
-    return extras && extras->userdefinedIllumination.IsValid() ? &*extras->userdefinedIllumination : nullptr;
+    return extras ? extras->userdefinedIllumination.get() : nullptr;
 }
 
 const std::vector<std::string>& VDMeasureConditions::GetSupportedValues(std::string_view key)

@@ -47,10 +47,12 @@ public:
     void SetUserdefinedIllumination(const VDSpectrum& spectrum);
     /// @throws NullPointerException  there is none
     const VDSpectrum& GetUserdefinedIllumination() const;
+    /// Null if there is none.
+    const VDSpectrum* FindUserdefinedIllumination() const noexcept;
     /// Whether both have the very same spectrum, or none.
     bool SharesUserdefinedIllumination(const VDMeasureConditions& other) const noexcept
     {
-        return extras == other.extras || UserdefinedIlluminationAddress() == other.UserdefinedIlluminationAddress();
+        return extras == other.extras || FindUserdefinedIllumination() == other.FindUserdefinedIllumination();
     }
 
     /// The values that are offered for a key, in their order; empty for an unknown key. Under "ColorSpaceDescription."
@@ -85,7 +87,6 @@ private:
     const Extras& GetExtras() const;
     template<typename Change>
     void ChangeExtras(Change change);
-    const VDSpectrum* UserdefinedIlluminationAddress() const noexcept;
     const std::string& GetSpectrumType() const;
     void SetSpectrumType(const std::string& value);
     void SetCustomCondition(const std::string& key, const std::string& value);

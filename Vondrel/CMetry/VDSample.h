@@ -23,6 +23,8 @@ public:
     /// Copies the first spectrum, whatever the selector.
     /// @return false if there is none
     bool GetSpectrum(std::int32_t selector, VDSpectrum& result) const;
+    /// The first spectrum in place, or null.
+    const VDSpectrum* FindSpectrum() const noexcept { return spectra.empty() ? nullptr : &spectra.front(); }
 
 private:
     std::list<VDSpectrum> spectra;

@@ -301,3 +301,19 @@ TEST_F(ColorService, HostileSpectra)
     }
     EXPECT_NEAR(CMetryService::GetVector(FlatSpectrum(1.0F), Space("CIELab"))[0], 100.0F, 1e-4) << "and nothing stays";
 }
+
+TEST_F(ColorService, AnIlluminantWithoutBlueIsNoWhiteForLab)
+{
+    VDSpectrum red;
+    red[VDSpectrum::GetArrayIndex(680)] = 1.0F;
+    for (const char* space : {"CIEXYZ", "CIExyY", "CIELab", "CIELCh", "CIELuv", "HunterLab", "RxRyRz", "RGB"}) {
+        SCOPED_TRACE(space);
+        VDMeasureConditions conditions = Space(space);
+        conditions.SetUserdefinedIllumination(red);
+        const auto compute = [&] { return CMetryService::GetVector(sample, conditions); };
+        if (std::string(space).starts_with("CIEX") || std::string(space) == "CIExyY")
+            EXPECT_EQ(compute()[2] > 0, std::string(space) == "CIExyY");
+        else
+            ExpectText<CMetryException>("Illumination gives no white point", compute);
+    }
+}

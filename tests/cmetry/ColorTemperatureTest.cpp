@@ -34,8 +34,8 @@ VDSpectrum Emission(const StandardFilter& table)
     VDSpectrum::ValueArray values;
     for (std::size_t i = 0; i < values.size(); ++i) {
         const int wavelength = VDSpectrum::GetWaveLength(i);
-        values[i] = table.GetFilter().at(
-            static_cast<std::size_t>((wavelength - table.GetMinWavelength()) / table.GetStepSize()));
+        values[i] =
+            table.GetFilter()[static_cast<std::size_t>((wavelength - table.GetMinWavelength()) / table.GetStepSize())];
     }
     return Emission(values);
 }

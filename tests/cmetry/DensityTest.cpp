@@ -288,6 +288,11 @@ TEST_F(PressMeasure, DotAreaContrastAndTrapping)
     }
     ASSERT_TRUE(DensityCalculator::GetTrapping(first, paper, both, Standard::DIN, Mode::Cyan, value));
     EXPECT_EQ(value, 1.0F);
+    value = -1.0F;
+    const VDDensity ofFirst = Densities(0, 0.3F, 0, 0), ofBoth = Densities(0, 1.1F, 0, 0);
+    ASSERT_TRUE(DensityCalculator::GetTrapping(ofFirst, ofFirst, ofBoth, Mode::Max, value));
+    EXPECT_EQ(value, 1.0F); // records hold no maximum
+    EXPECT_FALSE(DensityCalculator::GetTrapping(ofFirst, ofFirst, ofBoth, Mode::Undefined, value));
 }
 
 TEST_F(PressMeasure, GreynessAndHueError)

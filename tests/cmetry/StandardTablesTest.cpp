@@ -15,8 +15,8 @@ namespace {
 
 float At(const StandardFilter& filter, int wavelength)
 {
-    return filter.GetFilter().at(
-        static_cast<std::size_t>((wavelength - filter.GetMinWavelength()) / filter.GetStepSize()));
+    return filter
+        .GetFilter()[static_cast<std::size_t>((wavelength - filter.GetMinWavelength()) / filter.GetStepSize())];
 }
 
 StandardFilter Table(IlluminationTYPE type)

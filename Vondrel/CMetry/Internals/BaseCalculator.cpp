@@ -4,33 +4,48 @@
 
 namespace Vondrel::CMetry {
 
-Utilities::Tools::SmartPointer<VDSample> BaseCalculator::paperWhite;
+namespace {
+
+// Never destroyed: calls may come while the process ends.
+Utilities::Tools::SmartPointer<VDSample>& PaperWhite()
+{
+    static auto& sample = *new Utilities::Tools::SmartPointer<VDSample>;
+    return sample;
+}
+
+}
 
 void BaseCalculator::SetPaperWhitePointer(const Utilities::Tools::SmartPointer<VDSample>& sample)
 {
-    paperWhite = sample;
+    PaperWhite() = sample;
 }
 
 bool BaseCalculator::IsPaperWhiteSet() noexcept
 {
-    return paperWhite.IsValid();
+    return PaperWhite().IsValid();
 }
 
 const VDSample& BaseCalculator::GetPaperWhite()
 try {
-    return *paperWhite;
+    return *PaperWhite();
 }
 TRACE_GUARD("BaseCalculator", "GetPaperWhite")
 
-bool BaseCalculator::GetPaperSpectrum(VDSpectrum& paper)
+const VDSpectrum* BaseCalculator::FindPaper()
 {
-    return paperWhite.IsValid() && paperWhite->GetSpectrum(0, paper);
+    return PaperWhite().IsValid() ? PaperWhite()->FindSpectrum() : nullptr;
+}
+
+const float* BaseCalculator::GetPaperValues()
+{
+    const VDSpectrum* const paper = FindPaper();
+    return paper == nullptr ? nullptr : paper->Values().data();
 }
 
 bool BaseCalculator::IsPaperWhiteValid(const VDMeasureConditions& /*conditions*/)
 {
-    VDSpectrum paper;
-    return GetPaperSpectrum(paper) && paper.IsValid();
+    const VDSpectrum* const paper = FindPaper();
+    return paper != nullptr && paper->IsValid();
 }
 
 bool BaseCalculator::GetSpecBasedToPapWhite(VDSpectrum& spectrum)
@@ -40,12 +55,10 @@ bool BaseCalculator::GetSpecBasedToPapWhite(VDSpectrum& spectrum)
 
 bool BaseCalculator::GetSpecBasedToPapWhite(const VDMeasureConditions& /*conditions*/, float* values)
 {
-    VDSpectrum paper;
-    if (!GetPaperSpectrum(paper))
-        return false;
-    for (std::size_t i = 0; i < SpectrumGrid::NumberOfDataPoints; ++i)
+    const float* const paper = GetPaperValues();
+    for (std::size_t i = 0; paper != nullptr && i < SpectrumGrid::NumberOfDataPoints; ++i)
         values[i] /= paper[i];
-    return true;
+    return paper != nullptr;
 }
 
 }

@@ -22,10 +22,11 @@ public:
     static bool GetSpecBasedToPapWhite(VDSpectrum& spectrum);
     static bool GetSpecBasedToPapWhite(const VDMeasureConditions& conditions, float* values);
 
-private:
-    static bool GetPaperSpectrum(VDSpectrum& paper);
+    /// The 36 values of the paper; null where there is none.
+    static const float* GetPaperValues();
 
-    static Utilities::Tools::SmartPointer<VDSample> paperWhite;
+protected:
+    static const VDSpectrum* FindPaper();
 };
 
 }

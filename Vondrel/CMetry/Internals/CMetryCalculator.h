@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Vondrel/CMetry/Internals/BaseCalculator.h"
+#include "Vondrel/CMetry/Internals/DifferenceFormulas.h"
 #include "Vondrel/CMetry/VDColorVector.h"
 #include "Vondrel/CMetry/VDIllumination.h"
 #include "Vondrel/CMetry/VDSpectrum.h"
@@ -19,7 +20,7 @@ class CMetryFilter;
 class CMetryCalculator : public BaseCalculator {
 public:
     /// Returned by the delta E operations where they could not run.
-    static constexpr float DeltaEFailure = 1000000.0F;
+    static constexpr float DeltaEFailure = deltaEFailure;
 
     /// The weights in force.
     static CMetryFilter& GetFilter() noexcept;

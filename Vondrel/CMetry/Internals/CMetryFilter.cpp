@@ -1,12 +1,10 @@
 #include "Vondrel/CMetry/Internals/CMetryFilter.h"
 
 #include "Vondrel/CMetry/CMetryException.h"
+#include "Vondrel/Utilities/Exceptions/NullPointerException.h"
 #include "Vondrel/Utilities/Exceptions/TraceGuard.h"
 
 #include <iterator>
-#include <utility>
-
-using Vondrel::Utilities::Tools::SmartPointer;
 
 namespace Vondrel::CMetry {
 
@@ -31,30 +29,16 @@ constexpr IlluminantRow illuminantRows[] = {
 
 void CMetryFilter::Renew(const VDMeasureConditions& other)
 try {
-    SmartPointer<Weightfactors> newWeights(new Weightfactors(other));
-    conditions = SmartPointer<VDMeasureConditions>(new VDMeasureConditions(other));
-    weights = std::move(newWeights);
+    weights = Weightfactors(other);
+    conditions = other;
 }
 TRACE_GUARD("CMetryFilter", "SetMeasuringConditions")
 
-VDMeasureConditions& CMetryFilter::StoredConditions()
+void CMetryFilter::RefuseEmpty()
 {
-    if (!conditions.IsValid())
-        conditions = SmartPointer<VDMeasureConditions>(new VDMeasureConditions);
-    return *conditions;
+    throw Utilities::Exceptions::NullPointerException("no weights have been set",
+                                                      THROW_LOCATION("CMetryFilter", "GetWeights"));
 }
-
-VDIllumination CMetryFilter::GetIllumination()
-try {
-    return StoredConditions().GetIllumination();
-}
-TRACE_GUARD("CMetryFilter", "GetIllumination")
-
-Observer CMetryFilter::GetObserver()
-try {
-    return StoredConditions().GetObserver();
-}
-TRACE_GUARD("CMetryFilter", "GetObserver")
 
 StandardFilter CMetryFilter::GetIlluFilter(const VDIllumination& illumination)
 try {
@@ -73,12 +57,18 @@ TRACE_GUARD("CMetryFilter", "GetIlluFilter")
 
 StandardFilter CMetryFilter::GetObserverFilter(Observer observer, std::size_t axis)
 try {
-    if (observer != Observer::TwoDegree && observer != Observer::TenDegree)
-        throw CMetryException("Unsupported Observer type", THROW_LOCATION("CMetryFilter", "GetObserverFilter"));
+    const StandardTable* const tables = GetObserverTables(observer);
     if (axis >= Weightfactors::axes)
         throw CMetryException("Invalid Axis", THROW_LOCATION("CMetryFilter", "GetObserverFilter"));
-    return StandardFilter((observer == Observer::TwoDegree ? observer1931 : observer1964)[axis]);
+    return StandardFilter(tables[axis]);
 }
 TRACE_GUARD("CMetryFilter", "GetObserverFilter")
+
+const StandardTable* CMetryFilter::GetObserverTables(Observer observer)
+{
+    if (observer != Observer::TwoDegree && observer != Observer::TenDegree)
+        throw CMetryException("Unsupported Observer type", THROW_LOCATION("CMetryFilter", "GetObserverFilter"));
+    return observer == Observer::TwoDegree ? observer1931 : observer1964;
+}
 
 } // namespace

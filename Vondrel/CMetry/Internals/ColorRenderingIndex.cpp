@@ -16,6 +16,7 @@ namespace Vondrel::CMetry {
 namespace {
 
 constexpr float firstDaylight = 5000.0F; // kelvin
+constexpr double maxChromaticityDistance = 0.0054;
 
 constexpr std::array daylights = {IlluminationTYPE::D50, IlluminationTYPE::D55, IlluminationTYPE::D65,
                                   IlluminationTYPE::D75};
@@ -38,10 +39,9 @@ VDMeasureConditions EmissionConditions()
     return conditions;
 }
 
-Yuv GetYuv(const VDSpectrum& spectrum, const VDMeasureConditions& conditions)
+Yuv GetYuv(const Weightfactors& weights, const float* values)
 {
-    VDColorVector xyz;
-    CMetryCalculator::GetVector_CIEXYZ(spectrum, conditions, xyz); // cannot fail: no white base Paper here
+    const Color xyz = Formulas::Weigh(weights, values);
     const double x = xyz[0], y = xyz[1], z = xyz[2];
     const double d = x + 15.0 * y + 3.0 * z;
     return {y, 4.0 * x / d, 6.0 * y / d};
@@ -53,36 +53,37 @@ struct Rendering {
     std::array<Yuv, std::tuple_size_v<decltype(renderingSamples)>> samples;
 };
 
-Rendering Render(const VDSpectrum& light)
+using Light = VDSpectrum::ValueArray;
+
+Rendering Render(const Weightfactors& emission, const float* light)
 {
     Rendering rendering;
-    rendering.white = GetYuv(light, EmissionConditions());
-    VDMeasureConditions conditions = EmissionConditions();
-    conditions.SetUserdefinedIllumination(VDSpectrum(light.Values())); // without whatever conditions the light has
+    rendering.white = GetYuv(emission, light);
+    const Weightfactors underLight(VDIllumination(IlluminationTYPE::Userdefined), Observer::TwoDegree, light);
     for (std::size_t i = 0; i < rendering.samples.size(); ++i)
-        rendering.samples[i] = GetYuv(VDSpectrum(renderingSamples[i]), conditions);
+        rendering.samples[i] = GetYuv(underLight, renderingSamples[i].data());
     return rendering;
 }
 
-VDSpectrum GetDaylight(IlluminationTYPE type)
+Light GetDaylight(IlluminationTYPE type)
 {
     const StandardFilter table = CMetryFilter::GetIlluFilter(VDIllumination(type));
-    VDSpectrum spectrum;
-    for (std::size_t i = 0; i < VDSpectrum::GetNrOfDataPoints(); ++i) {
+    Light light;
+    for (std::size_t i = 0; i < light.size(); ++i) {
         const int wavelength = VDSpectrum::GetWaveLength(i);
-        spectrum[i] =
+        light[i] =
             table.GetFilter()[static_cast<std::size_t>((wavelength - table.GetMinWavelength()) / table.GetStepSize())];
     }
-    return spectrum;
+    return light;
 }
 
 /// The daylight whose chromaticity lies nearest, the first of equal ones.
-IlluminationTYPE FindDaylight(const Yuv& source)
+IlluminationTYPE FindDaylight(const Weightfactors& emission, const Yuv& source)
 {
     IlluminationTYPE nearest = daylights.front();
     double smallest = HUGE_VAL;
     for (const IlluminationTYPE type : daylights) {
-        const double distance = Distance(GetYuv(GetDaylight(type), EmissionConditions()), source);
+        const double distance = Distance(GetYuv(emission, GetDaylight(type).data()), source);
         if (distance < smallest) {
             smallest = distance;
             nearest = type;
@@ -144,27 +145,36 @@ float ColorRenderingIndex::GetColorRenderingIndex(const VDSpectrum& spectrum, bo
 try {
     valid = false;
     reference.clear();
-    const ColorTemperature colorTemperature;
-    const float temperature = colorTemperature.GetColorTemperature(spectrum);
+    const float temperature = ColorTemperature().GetColorTemperature(spectrum);
+    CMetryFilter& filter = CMetryCalculator::GetFilter();
+    filter.SetMeasuringConditions(EmissionConditions());
+    IlluminationTYPE daylight = IlluminationTYPE::Undefined;
+    const float index = Find(filter.GetWeights(), spectrum.Values().data(), temperature, valid, daylight);
+    if (daylight != IlluminationTYPE::Undefined)
+        reference = MeasureConditionTranslator::ToString(VDIllumination(daylight));
+    return index;
+}
+TRACE_GUARD("ColorRenderingIndex", "GetColorRenderingIndex")
+
+float ColorRenderingIndex::Find(const Weightfactors& emission, const float* light, float temperature, bool& valid,
+                                IlluminationTYPE& daylight)
+{
+    valid = false;
+    daylight = IlluminationTYPE::Undefined;
     if (!(temperature > 0.0F))
         return 0.0F;
 
-    const Rendering source = Render(spectrum);
-    VDSpectrum light;
-    if (temperature < firstDaylight) {
-        light = colorTemperature.GetPlanckRadiator(temperature, EmissionConditions());
-    } else {
-        const IlluminationTYPE nearest = FindDaylight(source.white);
-        light = GetDaylight(nearest);
-        reference = MeasureConditionTranslator::ToString(VDIllumination(nearest));
-    }
-    const Rendering ideal = Render(light);
+    const Rendering source = Render(emission, light);
+    if (!(temperature < firstDaylight))
+        daylight = FindDaylight(emission, source.white);
+    const Light reference = daylight == IlluminationTYPE::Undefined ? ColorTemperature::GetPlanckValues(temperature)
+                                                                    : GetDaylight(daylight);
+    const Rendering ideal = Render(emission, reference.data());
     const double index = GetGeneralIndex(ideal, source);
     if (!std::isfinite(index))
         return 0.0F; // a light with so much negative power that a sample has no chromaticity
     valid = !(Distance(ideal.white, source.white) > maxChromaticityDistance);
     return static_cast<float>(std::trunc(index + 0.5));
 }
-TRACE_GUARD("ColorRenderingIndex", "GetColorRenderingIndex")
 
 } // namespace

@@ -71,17 +71,14 @@ Chromaticity GetChromaticity(const XYZ& xyz)
 /// differ by 1e-8.
 class PlanckLocus {
 public:
-    explicit PlanckLocus(const VDMeasureConditions& conditions) : filter(CMetryCalculator::GetFilter())
-    {
-        filter.SetMeasuringConditions(EmissionConditions(conditions));
-    }
+    explicit PlanckLocus(const Weightfactors& ofEmission) : emission(ofEmission) { }
 
     XYZ GetXYZ(double temperature) const
     {
         const Radiator radiator = GetRadiator(temperature);
         std::array<double, Weightfactors::axes> sums{};
         for (std::size_t axis = 0; axis < sums.size(); ++axis) {
-            const float* weights = filter[axis];
+            const float* weights = emission[axis];
             for (std::size_t i = 0; i < radiator.size(); ++i)
                 sums[axis] += weights[i] * radiator[i];
         }
@@ -106,11 +103,18 @@ public:
 private:
     Chromaticity At(double temperature) const { return GetChromaticity(GetXYZ(temperature)); }
 
-    CMetryFilter& filter;
+    const Weightfactors& emission;
 };
 
+const Weightfactors& FitEmission(const VDMeasureConditions& conditions)
+{
+    CMetryFilter& filter = CMetryCalculator::GetFilter();
+    filter.SetMeasuringConditions(EmissionConditions(conditions));
+    return filter.GetWeights();
+}
+
 /// The XYZ of a spectrum under its own conditions; empty if these allow none.
-std::optional<XYZ> GetSampleXYZ(const VDSpectrum& spectrum)
+std::optional<Color> GetSampleXYZ(const VDSpectrum& spectrum)
 {
     VDMeasureConditions conditions = spectrum.GetMeasureConditions();
     conditions.SetColorSpace(ColorSpace::CIEXYZ);
@@ -121,10 +125,13 @@ std::optional<XYZ> GetSampleXYZ(const VDSpectrum& spectrum)
     } catch (const Utilities::Exceptions::RuntimeException&) {
         return {}; // an illuminant or an observer without weights: no temperature, as with any other spectrum
     }
-    return XYZ{xyz[0], xyz[1], xyz[2]};
+    return Color{xyz[0], xyz[1], xyz[2]};
 }
 
 constexpr float noTemperature = -1.0F;
+constexpr double minTemperature = 200.0;     // kelvin
+constexpr double maxTemperature = 1000000.0; // kelvin
+constexpr double resolution = 0.5;           // kelvin
 
 } // namespace
 
@@ -132,17 +139,13 @@ VDSpectrum ColorTemperature::GetPlanckRadiator(float temperature, const VDMeasur
 try {
     VDMeasureConditions emission = conditions;
     emission.SetIllumination(VDIllumination(IlluminationTYPE::Emission));
-    const Radiator radiator = GetRadiator(static_cast<double>(temperature));
-    VDSpectrum::ValueArray values;
-    for (std::size_t i = 0; i < values.size(); ++i)
-        values[i] = static_cast<float>(radiator[i]);
-    return VDSpectrum(values, emission);
+    return VDSpectrum(GetPlanckValues(temperature), emission);
 }
 TRACE_GUARD("ColorTemperature", "GetPlanckRadiator")
 
 VDXYZ ColorTemperature::GetPlanckRadiatorXYZ(float temperature, const VDMeasureConditions& conditions) const
 try {
-    const XYZ xyz = PlanckLocus(conditions).GetXYZ(static_cast<double>(temperature));
+    const XYZ xyz = PlanckLocus(FitEmission(conditions)).GetXYZ(static_cast<double>(temperature));
     if (!std::isfinite(xyz.x) || !std::isfinite(xyz.z))
         throw CMetryException("Planck radiator without light",
                               THROW_LOCATION("ColorTemperature", "GetPlanckRadiatorXYZ"));
@@ -154,18 +157,21 @@ TRACE_GUARD("ColorTemperature", "GetPlanckRadiatorXYZ")
 float ColorTemperature::GetColorTemperature(const VDSpectrum& spectrum) const
 try {
     const auto xyz = GetSampleXYZ(spectrum);
-    if (!xyz)
-        return noTemperature;
-    const Chromaticity sample = GetChromaticity(*xyz);
-    const PlanckLocus locus(spectrum.GetMeasureConditions());
+    return xyz ? Find(FitEmission(spectrum.GetMeasureConditions()), *xyz) : noTemperature;
+}
+TRACE_GUARD("ColorTemperature", "GetColorTemperature")
 
-    double a = static_cast<double>(maxTemperature) - 50.0;
-    double b = static_cast<double>(minTemperature) + 50.0;
+float ColorTemperature::Find(const Weightfactors& emission, const Color& xyz)
+{
+    const Chromaticity sample = GetChromaticity({xyz[0], xyz[1], xyz[2]});
+    const PlanckLocus locus(emission);
+    double a = maxTemperature - 50.0;
+    double b = minTemperature + 50.0;
     const auto atA = locus.IsBeyond(a, sample);
     const auto atB = locus.IsBeyond(b, sample);
     if (!atA || !atB || *atA == *atB)
         return noTemperature;
-    while (std::abs(a - b) > static_cast<double>(resolution)) {
+    while (std::abs(a - b) > resolution) {
         const double middle = (a + b) / 2.0;
         const auto atMiddle = locus.IsBeyond(middle, sample);
         if (!atMiddle)
@@ -174,6 +180,14 @@ try {
     }
     return static_cast<float>(std::floor((a + b) / 2.0 + 0.5));
 }
-TRACE_GUARD("ColorTemperature", "GetColorTemperature")
+
+VDSpectrum::ValueArray ColorTemperature::GetPlanckValues(float temperature)
+{
+    const Radiator radiator = GetRadiator(static_cast<double>(temperature));
+    VDSpectrum::ValueArray values;
+    for (std::size_t i = 0; i < values.size(); ++i)
+        values[i] = static_cast<float>(radiator[i]);
+    return values;
+}
 
 } // namespace

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Vondrel/CMetry/Internals/ColorFormulas.h"
 #include "Vondrel/CMetry/VDColorVector.h"
 #include "Vondrel/CMetry/VDMeasureConditions.h"
 #include "Vondrel/CMetry/VDSpectrum.h"
@@ -22,10 +23,11 @@ public:
     /// @throws CMetryException "Planck radiator without light": a temperature too low, or none
     VDXYZ GetPlanckRadiatorXYZ(float temperature, const VDMeasureConditions& conditions) const;
 
-private:
-    float minTemperature = 200.0F;     // kelvin
-    float maxTemperature = 1000000.0F; // kelvin
-    float resolution = 0.5F;           // kelvin
+    /// The same of a colour as emission.
+    /// @param emission  the weights of emission
+    static float Find(const Weightfactors& emission, const Color& xyz);
+    /// The values of that radiator.
+    static VDSpectrum::ValueArray GetPlanckValues(float temperature);
 };
 
 } // namespace

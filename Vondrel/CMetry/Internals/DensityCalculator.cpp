@@ -4,16 +4,12 @@
 #include "Vondrel/CMetry/VDSpectrum.h"
 #include "Vondrel/Utilities/Exceptions/TraceGuard.h"
 
-#include <algorithm>
 #include <cmath>
-#include <cstdlib>
-#include <functional>
+#include <cstring>
 
 namespace Vondrel::CMetry {
 
 namespace {
-
-constexpr double noDensity = 0.01; // below it a density is no divisor
 
 bool IsStandard(DensityStandard standard)
 {
@@ -39,12 +35,6 @@ DensityCalculator::Calibration::Cell* FindCell(DensityCalculator::Calibration& c
     return &calibration.cells[row][static_cast<std::size_t>(standard)];
 }
 
-/// Written so that a NaN has no density.
-float ToDensity(float reflectance)
-{
-    return reflectance > 0.0F ? Single(-std::log10(static_cast<double>(reflectance))) : InvalidDensity;
-}
-
 float DotArea(float solid, float tint, float n)
 {
     const float full = Single(1.0 - std::pow(10.0, static_cast<double>(-solid) / n));
@@ -63,13 +53,8 @@ float Trapping(float first, float second, float overprint)
     return std::abs(second) < noDensity ? 1.0F : Single((static_cast<double>(overprint) - first) / second);
 }
 
-float LowestOverHighest(const std::array<float, 3>& sorted)
-{
-    return std::abs(sorted[0]) < noDensity ? 1.0F : sorted[2] / sorted[0];
-}
-
 /// The highest density of a spectrum, and that of others at the same wavelength.
-class MaximumDensity {
+class MaximumOfSpectrum {
 public:
     bool Find(const VDSpectrum& spectrum, bool paperRelative_)
     {
@@ -103,7 +88,7 @@ bool GetSolidAndTint(const VDSpectrum& solid, const VDSpectrum& tint, DensitySta
                      DensityFilterMode channel, float& solidDensity, float& tintDensity)
 {
     if (channel == DensityFilterMode::Max) {
-        MaximumDensity maximum;
+        MaximumOfSpectrum maximum;
         if (!maximum.Find(solid, paperRelative) || !maximum.GetSame(tint, tintDensity))
             return false;
         solidDensity = maximum.Get();
@@ -196,103 +181,103 @@ DensityFilter& DensityCalculator::GetActDensityStdFilter()
     return actDensityStdFilter;
 }
 
+DensityCalculator::FourChannels DensityCalculator::GetPaperDensities(DensityStandard standard)
+{
+    // Those of the last paper and standard are kept, by the values, whoever set them. User curves may change.
+    static VDSpectrum::ValueArray paper{};
+    static DensityStandard ofStandard = DensityStandard::Undefined;
+    static FourChannels densities;
+    const auto& values = FindPaper()->Values();
+    if (ofStandard != standard || standard == DensityStandard::User
+        || std::memcmp(paper.data(), values.data(), sizeof paper) != 0) {
+        densities = Formulas::GetDensities(actDensityStdFilter.GetCurves(), values.data());
+        paper = values;
+        ofStandard = standard;
+    }
+    return densities;
+}
+
+bool DensityCalculator::GetFourDensities(const VDSpectrum& spectrum, DensityStandard standard, bool paperRelative,
+                                         FourChannels& densities)
+{
+    if (!IsStandard(standard) || (paperRelative && !IsPaperWhiteValid(spectrum.GetMeasureConditions())))
+        return false;
+    actDensityStdFilter.SetDensityStandard(standard);
+    densities = Formulas::GetDensities(actDensityStdFilter.GetCurves(), spectrum.Values().data());
+    if (paperRelative) {
+        const FourChannels ofPaper = GetPaperDensities(standard);
+        for (std::size_t channel = 0; channel < densities.size(); ++channel)
+            densities[channel] -= ofPaper[channel];
+    }
+    return true;
+}
+
 bool DensityCalculator::GetDensityVector(const VDSpectrum& spectrum, DensityStandard standard, bool paperRelative,
                                          VDDensity& density)
 try {
-    if (!IsStandard(standard))
-        return false;
-    if (paperRelative && !IsPaperWhiteValid(spectrum.GetMeasureConditions()))
-        return false;
-
-    actDensityStdFilter.SetDensityStandard(standard);
     FourChannels densities;
-    for (std::size_t channel = 0; channel < densities.size(); ++channel)
-        densities[channel] = ToDensity(actDensityStdFilter[channel] * spectrum);
-    densities[0] += 2.0F; // the curve of Black sums to 100
-
-    if (paperRelative) {
-        VDSpectrum paper;
-        VDDensity ofPaper;
-        if (!GetPaperWhite().GetSpectrum(0, paper) || !GetDensityVector(paper, standard, false, ofPaper))
-            return false;
-        for (std::size_t channel = 0; channel < densities.size(); ++channel)
-            densities[channel] -= ofPaper.GetAllDensities()[channel];
-    }
+    if (!GetFourDensities(spectrum, standard, paperRelative, densities))
+        return false;
     density = VDDensity(densities, spectrum.GetMeasureConditions(), standard, {});
     return true;
 }
 TRACE_GUARD("DensityCalculator", "GetDensityVector")
 
-bool DensityCalculator::GetDensityVectorWithSlope(const VDSpectrum& spectrum, DensityStandard standard,
-                                                  bool paperRelative, VDDensity& density)
+bool DensityCalculator::GetCalibratedDensities(const VDSpectrum& spectrum, DensityStandard standard, bool paperRelative,
+                                               FourChannels& densities)
 try {
     const auto* cell = FindCell(calibration, spectrum.GetMeasureConditions().GetPhysicalFilter(), standard);
-    if (cell == nullptr || !GetDensityVector(spectrum, standard, paperRelative, density))
+    if (cell == nullptr || !GetFourDensities(spectrum, standard, paperRelative, densities))
         return false;
-    FourChannels densities = density.GetAllDensities();
     for (std::size_t channel = 0; channel < densities.size(); ++channel)
         densities[channel] =
             Accumulate(paperRelative ? 0.0F : cell->offset[channel], densities[channel], cell->slope[channel]);
-    density.SetAllDensities(densities);
     return true;
 }
 TRACE_GUARD("DensityCalculator", "GetDensityVectorWithSlope")
 
+bool DensityCalculator::GetDensityVectorWithSlope(const VDSpectrum& spectrum, DensityStandard standard,
+                                                  bool paperRelative, VDDensity& density)
+{
+    FourChannels densities;
+    if (!GetCalibratedDensities(spectrum, standard, paperRelative, densities))
+        return false;
+    density = VDDensity(densities, spectrum.GetMeasureConditions(), standard, {});
+    return true;
+}
+
 bool DensityCalculator::GetDensity(const VDSpectrum& spectrum, DensityStandard standard, bool paperRelative,
                                    float& value, DensityFilterMode& channel, bool automatic)
 try {
-    VDDensity density;
-    if ((!automatic && !IsChannel(channel)) || !GetDensityVectorWithSlope(spectrum, standard, paperRelative, density)) {
+    FourChannels densities;
+    if ((!automatic && !IsChannel(channel)) || !GetCalibratedDensities(spectrum, standard, paperRelative, densities)) {
         value = InvalidDensity;
         channel = DensityFilterMode::Undefined;
         return false;
     }
     if (automatic)
-        channel = GetDensityFilter(density);
-    value = density.GetDensity(channel);
+        channel = Formulas::SelectChannel(densities);
+    value = densities[static_cast<std::size_t>(channel)];
     return true;
 }
 TRACE_GUARD("DensityCalculator", "GetDensity")
 
 DensityFilterMode DensityCalculator::GetDensityFilter(const VDDensity& density)
-try {
-    auto channel = DensityFilterMode::Black;
-    float highest = -100.0F;
-    for (const auto candidate :
-         {DensityFilterMode::Black, DensityFilterMode::Cyan, DensityFilterMode::Magenta, DensityFilterMode::Yellow}) {
-        if (density[candidate] > highest) {
-            highest = density[candidate];
-            channel = candidate;
-        }
-    }
-    std::array<float, 3> sorted;
-    SortColorDensities(density, sorted);
-    if (highest < noDensity || LowestOverHighest(sorted) > 0.7F)
-        return DensityFilterMode::Black;
-    return channel;
+{
+    return Formulas::SelectChannel(density.GetAllDensities());
 }
-TRACE_GUARD("DensityCalculator", "GetDensityFilter")
 
 void DensityCalculator::SortColorDensities(const VDDensity& density, std::array<float, 3>& sorted)
 {
-    const auto& all = density.GetAllDensities();
-    // Not std::sort: a NaN is no order that it could stand.
-    sorted = {all[1], all[2], all[3]};
-    if (sorted[0] < sorted[1])
-        std::swap(sorted[0], sorted[1]);
-    if (sorted[1] < sorted[2])
-        std::swap(sorted[1], sorted[2]);
-    if (sorted[0] < sorted[1])
-        std::swap(sorted[0], sorted[1]);
+    sorted = Formulas::SortColors(density.GetAllDensities());
 }
 
 bool DensityCalculator::GetDensitySpectrum(const VDSpectrum& spectrum, bool paperRelative, Values& values)
 try {
-    VDSpectrum relative = spectrum;
-    if (paperRelative && (!IsPaperWhiteValid(spectrum.GetMeasureConditions()) || !GetSpecBasedToPapWhite(relative)))
+    if (!GetRelative(spectrum, paperRelative, values))
         return false;
-    for (std::size_t i = 0; i < values.size(); ++i)
-        values[i] = ToDensity(relative[i]);
+    for (float& value : values)
+        value = Formulas::ToDensity(value);
     return true;
 }
 TRACE_GUARD("DensityCalculator", "GetDensitySpectrum")
@@ -300,32 +285,22 @@ TRACE_GUARD("DensityCalculator", "GetDensitySpectrum")
 bool DensityCalculator::GetMaxDensity(const VDSpectrum& spectrum, bool paperRelative, float& density,
                                       std::int16_t& wavelength)
 try {
-    density = InvalidDensity;
-    wavelength = 0;
-    VDSpectrum relative = spectrum;
-    if (paperRelative && (!IsPaperWhiteValid(spectrum.GetMeasureConditions()) || !GetSpecBasedToPapWhite(relative)))
-        return false;
-
-    const int first = static_cast<int>(VDSpectrum::GetArrayIndex(410));
-    const int last = static_cast<int>(VDSpectrum::GetArrayIndex(700));
-    const int middle = static_cast<int>(VDSpectrum::GetArrayIndex(550));
-    float smallest = 9999.0F;
-    int index = -1;
-    for (int i = first; i <= last; ++i) {
-        const float value = relative[static_cast<std::size_t>(i)];
-        const bool nearer = index >= 0 && std::abs(i - middle) < std::abs(index - middle);
-        if (value < smallest || (value == smallest && nearer)) {
-            smallest = value;
-            index = i;
-        }
-    }
-    if (index < 0)
-        return false;
-    density = ToDensity(smallest);
-    wavelength = VDSpectrum::GetWaveLength(static_cast<std::size_t>(index));
-    return true;
+    Values values;
+    const auto maximum =
+        GetRelative(spectrum, paperRelative, values) ? Formulas::FindMaximum(values.data()) : MaximumDensity();
+    density = maximum.density;
+    wavelength = maximum.found ? VDSpectrum::GetWaveLength(maximum.index) : std::int16_t{0};
+    return maximum.found;
 }
 TRACE_GUARD("DensityCalculator", "GetMaxDensity")
+
+bool DensityCalculator::GetRelative(const VDSpectrum& spectrum, bool paperRelative, Values& values)
+{
+    values = spectrum.Values();
+    return !paperRelative
+        || (IsPaperWhiteValid(spectrum.GetMeasureConditions())
+            && GetSpecBasedToPapWhite(spectrum.GetMeasureConditions(), values.data()));
+}
 
 bool DensityCalculator::GetDotArea(const VDSpectrum& solid, const VDSpectrum& tint, DensityStandard standard,
                                    DensityFilterMode channel, float n, float& area)
@@ -359,7 +334,7 @@ bool DensityCalculator::GetTrapping(const VDSpectrum& first, const VDSpectrum& s
                                     DensityStandard standard, DensityFilterMode channel, float& trapping)
 try {
     if (channel == DensityFilterMode::Max) {
-        MaximumDensity maximum;
+        MaximumOfSpectrum maximum;
         float ofFirst = 0.0F, ofOverprint = 0.0F;
         if (!maximum.Find(second, true) || !maximum.GetSame(first, ofFirst) || !maximum.GetSame(overprint, ofOverprint))
             return false;
@@ -377,7 +352,7 @@ TRACE_GUARD("DensityCalculator", "GetTrapping")
 bool DensityCalculator::GetTrapping(const VDDensity& first, const VDDensity& second, const VDDensity& overprint,
                                     DensityFilterMode channel, float& trapping)
 try {
-    if (!IsMeasuredByChannel(channel))
+    if (!IsMeasuredByChannel(channel) && channel != DensityFilterMode::Max)
         return false;
     trapping = Trapping(first.GetDensity(channel), second.GetDensity(channel), overprint.GetDensity(channel));
     return true;
@@ -390,7 +365,7 @@ try {
     std::array<float, 3> sorted;
     if (!GetSorted(spectrum, standard, paperRelative, withSlope, sorted))
         return false;
-    greyness = LowestOverHighest(sorted);
+    greyness = Formulas::LowestOverHighest(sorted);
     return true;
 }
 TRACE_GUARD("DensityCalculator", "GetGreyness")

@@ -3,6 +3,7 @@
 #include "Vondrel/CMetry/ConditionTypes.h"
 #include "Vondrel/CMetry/Internals/BaseCalculator.h"
 #include "Vondrel/CMetry/Internals/DensityFilter.h"
+#include "Vondrel/CMetry/Internals/DensityFormulas.h"
 #include "Vondrel/CMetry/SpectrumGrid.h"
 #include "Vondrel/CMetry/VDDensity.h"
 
@@ -13,10 +14,6 @@
 namespace Vondrel::CMetry {
 
 class VDSpectrum;
-
-/// The density where there is no reflectance, and the value of a density that could not be calculated. Compared
-/// exactly.
-inline constexpr float InvalidDensity = 9.99F;
 
 /// Printing densities and the measures of the press room.
 ///
@@ -62,6 +59,10 @@ public:
     static bool GetDensityVectorWithSlope(const VDSpectrum& spectrum, DensityStandard standard, bool paperRelative,
                                           VDDensity& density);
 
+    /// The four of GetDensityVectorWithSlope alone.
+    static bool GetCalibratedDensities(const VDSpectrum& spectrum, DensityStandard standard, bool paperRelative,
+                                       FourChannels& densities);
+
     /// The calibrated density of one channel, given or (automatic) selected. On failure 9.99 and Undefined.
     static bool GetDensity(const VDSpectrum& spectrum, DensityStandard standard, bool paperRelative, float& value,
                            DensityFilterMode& channel, bool automatic);
@@ -93,7 +94,7 @@ public:
                             bool paperRelative, DensityFilterMode channel, float& contrast);
 
     /// Ink trapping after Preucil, (overprint - first) / second, on paper-relative densities; 1 for a second ink
-    /// without density.
+    /// without density. Of three records with Max, which hold no maximum, it is 1.
     static bool GetTrapping(const VDSpectrum& first, const VDSpectrum& second, const VDSpectrum& overprint,
                             DensityStandard standard, DensityFilterMode channel, float& trapping);
     static bool GetTrapping(const VDDensity& first, const VDDensity& second, const VDDensity& overprint,
@@ -108,6 +109,11 @@ public:
                             bool withSlope);
 
 private:
+    static bool GetFourDensities(const VDSpectrum& spectrum, DensityStandard standard, bool paperRelative,
+                                 FourChannels& densities);
+    static FourChannels GetPaperDensities(DensityStandard standard);
+    static bool GetRelative(const VDSpectrum& spectrum, bool paperRelative, Values& values);
+
     static DensityFilter actDensityStdFilter;
     static Calibration calibration;
 };

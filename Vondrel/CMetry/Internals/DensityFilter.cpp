@@ -53,6 +53,14 @@ try {
 }
 TRACE_GUARD("DensityFilter", "SetUserDefinedFilter")
 
+ResponseCurves DensityFilter::GetCurves() const
+{
+    ResponseCurves curves;
+    for (std::size_t channel = 0; channel < densityChannels; ++channel)
+        curves[channel] = filters[channel].GetFilterSpectrum().data();
+    return curves;
+}
+
 const Filter& DensityFilter::operator[](std::size_t channel) const
 try {
     return filters[CheckChannel(channel)];

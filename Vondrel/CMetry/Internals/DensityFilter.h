@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Vondrel/CMetry/ConditionTypes.h"
+#include "Vondrel/CMetry/Internals/DensityFormulas.h"
 #include "Vondrel/CMetry/Internals/Filter.h"
 
 #include <array>
@@ -34,6 +35,9 @@ public:
     /// @throws CMetryException "Invalid density channel"
     static const Filter::Curve& GetUserDefinedFilter(std::size_t channel);
     static void SetUserDefinedFilter(const Filter::Curve& values, std::size_t channel);
+
+    /// The weights of all four.
+    ResponseCurves GetCurves() const;
 
     /// The curve of a channel, 0 Black to 3 Yellow.
     /// @throws CMetryException "Invalid density channel"

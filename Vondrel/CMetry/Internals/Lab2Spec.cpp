@@ -1,6 +1,7 @@
 #include "Vondrel/CMetry/Internals/Lab2Spec.h"
 
 #include "Vondrel/CMetry/Internals/CMetryCalculator.h"
+#include "Vondrel/CMetry/Internals/CMetryFilter.h"
 #include "Vondrel/Utilities/Exceptions/TraceGuard.h"
 
 #include <algorithm>
@@ -22,9 +23,9 @@ constexpr double leastProgress = 1e-15;
 
 using Vector = std::array<double, 3>;
 
-Vector ToVector(const VDColorVector& vector)
+Vector ToVector(const Color& color)
 {
-    return {vector[0], vector[1], vector[2]};
+    return {color[0], color[1], color[2]};
 }
 Vector operator-(const Vector& a, const Vector& b)
 {
@@ -42,31 +43,21 @@ double Length(const Vector& a)
 /// One search, with its state.
 class Search {
 public:
-    Search(const VDColorVector& lab_, VDSpectrum& spectrum_) : lab(lab_), spectrum(spectrum_)
+    Search(const ColorBasis& basis_, const Color& lab_, float* spectrum_)
+        : basis(basis_), lab(lab_), spectrum(spectrum_)
     {
-        conditions.SetColorSpace(ColorSpace::CIEXYZ);
-        spectrum = VDSpectrum(VDSpectrum::ValueArray{}, lab.GetMeasureConditions());
-    }
-
-    /// False where the conditions allow no XYZ.
-    bool Prepare()
-    {
+        std::fill_n(spectrum, points, 0.0F);
         for (std::size_t i = 0; i < points; ++i) {
             spectrum[i] = 1.0F;
-            if (!GetXYZ())
-                return false;
+            directions[i] = ToVector(Formulas::SpectrumToXYZ(basis, spectrum));
             spectrum[i] = 0.0F;
-            directions[i] = ToVector(xyz);
             lengths[i] = Length(directions[i]);
         }
-        for (std::size_t i = 0; i < points; ++i)
-            spectrum[i] = startReflectance;
-        if (!CMetryCalculator::GetVector_CIEXYZ(lab, xyz))
-            return false;
-        target = ToVector(xyz);
+        std::fill_n(spectrum, points, startReflectance);
+        target = ToVector(Formulas::LabToXYZ(basis.weights, lab));
         for (double& component : target)
             component = component < 0.0 ? 0.0 : component;
-        return UpdateError();
+        UpdateError();
     }
 
     bool Run(float tolerance, bool useDeltaE94, int maxIterations)
@@ -74,8 +65,7 @@ public:
         double previous = startDistance;
         for (int count = 1;; ++count) {
             Move();
-            if (!UpdateError())
-                return false;
+            UpdateError();
             const double distance = Dot(error, error);
             const bool reached = distance < nearEnough && GetDeltaE(useDeltaE94) < tolerance;
             if (previous - distance < leastProgress || count > maxIterations)
@@ -87,22 +77,17 @@ public:
     }
 
 private:
-    bool GetXYZ() { return CMetryCalculator::GetVector_CIEXYZ(spectrum, conditions, xyz); }
-
-    bool UpdateError()
+    void UpdateError()
     {
-        if (!GetXYZ())
-            return false;
+        xyz = Formulas::SpectrumToXYZ(basis, spectrum);
         error = target - ToVector(xyz);
-        return true;
     }
 
     float GetDeltaE(bool useDeltaE94) const
     {
-        VDColorVector reached;
-        CMetryCalculator::GetVector_CIELab(xyz, reached);
-        return useDeltaE94 ? CMetryCalculator::GetDeltaE_94(lab, reached, 1.0F, 1.0F, 1.0F)
-                           : CMetryCalculator::GetDeltaE_CIELAB(lab, reached);
+        const Color reached = Formulas::XYZToLab(basis.weights, xyz);
+        return useDeltaE94 ? Formulas::DeltaE_94(lab, reached, 1.0F, 1.0F, 1.0F)
+                           : Formulas::DeltaE_CIELAB(lab, reached);
     }
 
     /// Moves the one reflectance whose effect points most nearly along the error, as far as that goes.
@@ -131,10 +116,10 @@ private:
         spectrum[*best] = static_cast<float>(std::clamp(moved, 0.0, 1.0));
     }
 
-    const VDColorVector& lab;
-    VDSpectrum& spectrum;
-    VDMeasureConditions conditions = lab.GetMeasureConditions();
-    VDColorVector xyz;
+    const ColorBasis basis;
+    const Color lab;
+    float* const spectrum;
+    Color xyz{};
     std::array<Vector, points> directions{}; // the XYZ of a reflectance of 1 at one wavelength alone
     std::array<double, points> lengths{};
     Vector target{}, error{};
@@ -145,9 +130,24 @@ private:
 bool Lab2Spec::GetSpectrum(const VDColorVector& lab, VDSpectrum& spectrum, float tolerance, bool useDeltaE94,
                            int maxIterations) const
 try {
-    Search search(lab, spectrum);
-    return search.Prepare() && search.Run(tolerance, useDeltaE94, maxIterations);
+    const VDMeasureConditions& conditions = lab.GetMeasureConditions();
+    spectrum = VDSpectrum(VDSpectrum::ValueArray{}, conditions);
+    const bool onPaper = conditions.GetWhiteBase() == WhiteBase::Paper
+        && conditions.GetIllumination().GetIlluminationTYPE() != IlluminationTYPE::Emission;
+    const float* const paper = onPaper ? BaseCalculator::GetPaperValues() : nullptr;
+    if (onPaper && paper == nullptr)
+        return false;
+    CMetryFilter& filter = CMetryCalculator::GetFilter();
+    filter.SetMeasuringConditions(conditions);
+    return Find({filter.GetWeights(), paper}, {lab[0], lab[1], lab[2]}, &spectrum[0], tolerance, useDeltaE94,
+                maxIterations);
 }
 TRACE_GUARD("Lab2Spec", "GetSpectrum")
+
+bool Lab2Spec::Find(const ColorBasis& basis, const Color& lab, float* spectrum, float tolerance, bool useDeltaE94,
+                    int maxIterations)
+{
+    return Search(basis, lab, spectrum).Run(tolerance, useDeltaE94, maxIterations);
+}
 
 } // namespace

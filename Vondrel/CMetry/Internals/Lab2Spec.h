@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Vondrel/CMetry/Internals/ColorFormulas.h"
 #include "Vondrel/CMetry/VDColorVector.h"
 #include "Vondrel/CMetry/VDSpectrum.h"
 
@@ -16,6 +17,10 @@ public:
     /// @return whether the colour was reached
     bool GetSpectrum(const VDColorVector& lab, VDSpectrum& spectrum, float tolerance, bool useDeltaE94,
                      int maxIterations) const;
+    /// The same of numbers alone.
+    /// @param spectrum  receives 36 reflectances
+    static bool Find(const ColorBasis& basis, const Color& lab, float* spectrum, float tolerance, bool useDeltaE94,
+                     int maxIterations);
 };
 
 } // namespace

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Vondrel/CMetry/Internals/CMetryFilter.h"
 #include "Vondrel/CMetry/Internals/SinglePrecision.h"
+#include "Vondrel/CMetry/Internals/Weightfactors.h"
 
 #include <bit>
 #include <cmath>
@@ -34,9 +34,27 @@ inline float LabFunction(float ratio, double slope, double offset)
 }
 
 /// A tristimulus value over that of the white. The white's Y is always 100, so its sums are its X, Y, Z.
-inline float RatioToWhite(const CMetryFilter& weights, std::size_t axis, float value)
+inline float RatioToWhite(const Weightfactors& weights, std::size_t axis, float value)
 {
     return Single(static_cast<double>(value) / weights.GetFilterSum(axis));
+}
+
+/// The function of an element of XYZ.
+inline float ToLabFunction(const Weightfactors& weights, std::size_t axis, float value)
+{
+    constexpr float slope = 7.787F;
+    constexpr float offset = 0.13793103F; // 16/116
+    return LabFunction(RatioToWhite(weights, axis, value), slope, offset);
+}
+
+/// The reverse.
+inline float FromLabFunction(const Weightfactors& weights, std::size_t axis, double f)
+{
+    constexpr float slope = 7.787F;
+    constexpr float offset = 0.13793103F;
+    constexpr double threshold = 0.206893034423;
+    const double white = weights.GetFilterSum(axis);
+    return Single(f > threshold ? white * (f * f * f) : (f - offset) * white / slope);
 }
 
 /// The distance of a cartesian colour from the grey axis.

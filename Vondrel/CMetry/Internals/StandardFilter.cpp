@@ -4,8 +4,8 @@
 #include "Vondrel/CMetry/VDSpectrum.h"
 #include "Vondrel/Utilities/Exceptions/TraceGuard.h"
 
+#include <algorithm>
 #include <cmath>
-#include <utility>
 
 namespace Vondrel::CMetry {
 
@@ -41,37 +41,40 @@ StandardFilter::StandardFilter(const StandardTable& table)
     : stepSize(table.stepSize),
       maxWavelength(table.lastWavelength),
       minWavelength(table.firstWavelength),
-      filter(table.values, table.values + table.Size())
+      count(table.Size())
 {
+    std::copy_n(table.values, count, values.begin());
 }
 
 void StandardFilter::SetUserIllumination(const VDMeasureConditions& conditions)
 try {
-    const VDSpectrum& spectrum = conditions.GetUserdefinedIllumination();
-    std::vector<float> values = spectrum.GetValues();
-    minWavelength = SpectrumGrid::MinWavelength;
-    maxWavelength = SpectrumGrid::MaxWavelength;
-    stepSize = SpectrumGrid::StepSize;
-    filter = std::move(values);
+    SetUserIllumination(conditions.GetUserdefinedIllumination().Values().data());
 }
 TRACE_GUARD("StandardFilter", "SetUserIllumination")
 
-void StandardFilter::SetDxxIllumination(const VDMeasureConditions& conditions)
-try {
-    const auto temperature = static_cast<std::int16_t>(conditions.GetIllumination().GetColorTemperature());
-    const auto [m1, m2] = GetDaylightFactors(temperature);
-
-    const auto& [s0, s1, s2] = daylightBasis;
-    std::vector<double> power(s0.Size());
-    for (std::size_t i = 0; i < power.size(); ++i)
-        power[i] = s0.values[i] + m1 * s1.values[i] + m2 * s2.values[i];
-
-    StandardFilter result(s0);
-    const double unity = power[static_cast<std::size_t>((560 - s0.firstWavelength) / s0.stepSize)];
-    for (std::size_t i = 0; i < power.size(); ++i)
-        result.filter[i] = static_cast<float>(power[i] * 100.0 / unity);
-    *this = std::move(result);
+void StandardFilter::SetUserIllumination(const float* spectrum)
+{
+    minWavelength = SpectrumGrid::MinWavelength;
+    maxWavelength = SpectrumGrid::MaxWavelength;
+    stepSize = SpectrumGrid::StepSize;
+    count = SpectrumGrid::NumberOfDataPoints;
+    std::copy_n(spectrum, count, values.begin());
 }
-TRACE_GUARD("StandardFilter", "SetDxxIllumination")
+
+void StandardFilter::SetDxxIllumination(const VDMeasureConditions& conditions)
+{
+    SetDxxIllumination(conditions.GetIllumination().GetColorTemperature());
+}
+
+void StandardFilter::SetDxxIllumination(std::uint16_t nominal)
+{
+    const auto [m1, m2] = GetDaylightFactors(static_cast<std::int16_t>(nominal));
+    const auto& [s0, s1, s2] = daylightBasis;
+    const auto power = [&](std::size_t i) { return s0.values[i] + m1 * s1.values[i] + m2 * s2.values[i]; };
+    *this = StandardFilter(s0);
+    const double unity = power(static_cast<std::size_t>((560 - s0.firstWavelength) / s0.stepSize));
+    for (std::size_t i = 0; i < count; ++i)
+        values[i] = static_cast<float>(power(i) * 100.0 / unity);
+}
 
 } // namespace

@@ -2,8 +2,10 @@
 
 #include "Vondrel/CMetry/Internals/StandardTables.h"
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
-#include <vector>
+#include <span>
 
 namespace Vondrel::CMetry {
 
@@ -13,11 +15,13 @@ class VDMeasureConditions;
 /// belongs to GetMinWavelength() + i * GetStepSize().
 class StandardFilter {
 public:
+    static constexpr std::size_t maxValues = 531; ///< 300 to 830 nm at 1 nm
+
     /// An empty record: all fields 0 and no values.
     StandardFilter() = default;
     explicit StandardFilter(const StandardTable& table);
 
-    const std::vector<float>& GetFilter() const { return filter; }
+    std::span<const float> GetFilter() const { return {values.data(), count}; }
     std::uint16_t GetMinWavelength() const { return minWavelength; }
     std::uint16_t GetMaxWavelength() const { return maxWavelength; }
     std::uint16_t GetStepSize() const { return stepSize; }
@@ -25,17 +29,22 @@ public:
     /// Becomes the spectrum that the conditions hold as user-defined illumination, at any scale.
     /// @throws NullPointerException  the conditions hold none
     void SetUserIllumination(const VDMeasureConditions& conditions);
+    /// @param spectrum  36 values of relative power
+    void SetUserIllumination(const float* spectrum);
 
     /// Becomes CIE daylight of the conditions' nominal colour temperature, 100 at 560 nm (CIE 15, Colorimetry: the
     /// daylight formula; M1 and M2 rounded to three decimals). The temperature is not checked: one without a daylight
     /// (0 K) gives values that are not finite, and one above 32767 K counts as negative, less 65536.
     void SetDxxIllumination(const VDMeasureConditions& conditions);
+    /// @param nominal  kelvin
+    void SetDxxIllumination(std::uint16_t nominal);
 
 private:
     std::uint16_t stepSize = 0;
     std::uint16_t maxWavelength = 0;
     std::uint16_t minWavelength = 0;
-    std::vector<float> filter;
+    std::size_t count = 0;
+    std::array<float, maxValues> values;
 };
 
 } // namespace

@@ -1,15 +1,15 @@
 #pragma once
 
-#include "Vondrel/CMetry/Internals/StandardFilter.h"
+#include "Vondrel/CMetry/SpectrumGrid.h"
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <vector>
 
 namespace Vondrel::CMetry {
 
 enum class Observer : std::int32_t;
+class VDIllumination;
 class VDMeasureConditions;
 
 /// The weights by which a spectrum becomes X, Y and Z: X is the sum over the points of weight[0][i] * value[i].
@@ -27,6 +27,8 @@ public:
     /// @throws CMetryException  an illuminant or observer without a table, or an illuminant that gives no white
     /// @throws NullPointerException  user-defined illumination without a spectrum
     explicit Weightfactors(const VDMeasureConditions& conditions);
+    /// @param userdefined  the spectrum of illumination type Userdefined: 36 values of relative power, or null
+    Weightfactors(const VDIllumination& illumination, Observer observer, const float* userdefined);
 
     /// The weights of an axis, one for each point of the spectrum: 0 X, 1 Y, 2 Z.
     /// @throws CMetryException "Invalid Axis"
@@ -35,27 +37,24 @@ public:
     /// The white point: the sum of the weights, the constant 100 for Y; 0 for an axis above 2.
     float GetFilterSum(std::size_t axis) const { return axis < axes ? filterSum[axis] : 0.0F; }
 
+    /// Whether X, Y and Z can be divided by those of the white.
+    bool HasWhite() const noexcept { return filterSum[0] != 0.0F && filterSum[2] != 0.0F; }
+    /// Whether these are the weights of a light, without an illuminant.
+    bool IsEmission() const noexcept { return emission; }
+
     /// The step between the points of a spectrum grid, in nanometres.
     /// @throws CMetryException "Measure conditions: ...": the grid cannot carry weights
     static std::uint16_t GetStepSize(std::uint16_t points, std::uint16_t minWavelength, std::uint16_t maxWavelength);
 
 private:
-    using CalcArray = std::array<float, calcPoints>;
+    using Curve = std::array<float, calcPoints>;
 
-    void SetInstrumentData(const VDMeasureConditions& conditions);
-    void SetObserver(Observer number);
-    void InterpolateIllumination(const VDMeasureConditions& conditions);
-    void SetKFactor();
-    void CalculateWeightfactors();
+    static void InterpolateIllumination(const VDIllumination& illumination, const float* userdefined, Curve& result);
+    static float GetKFactor(const Curve& light, const Curve& luminosity);
+    void CalculateWeightfactors(const Curve& product, std::size_t axis);
     void CalculateSum();
 
-    std::array<CalcArray, axes> GetProducts() const;
-
-    CalcArray illumination{}; // stays 0 for emission, which has no illuminant
-    std::array<CalcArray, axes> observer{};
-    float kFactor = 0.0F;
-    std::array<std::vector<float>, axes> weights;
-    std::uint16_t numberOfDataPoints = 0, minWavelength = 0, maxWavelength = 0, stepSize = 0;
+    std::array<std::array<float, SpectrumGrid::NumberOfDataPoints>, axes> weights{};
     std::array<float, axes> filterSum{};
     bool emission = false;
 };
