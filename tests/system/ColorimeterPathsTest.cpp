@@ -6,6 +6,7 @@
 #include "virtual/orvex-virtual.h"
 
 #include <algorithm>
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <gtest/gtest.h>
@@ -53,7 +54,7 @@ public:
         };
         set("X", screen.Y * screen.x / screen.y);
         set("Y", screen.Y);
-        set("Z", (1 - screen.x - screen.y) * screen.Y / screen.y);
+        set("Z", std::max(0.0, 1 - screen.x - screen.y) * screen.Y / screen.y);
     }
 
     oxv_device instrument = 0;
@@ -185,6 +186,24 @@ TEST(ColorimeterPaths, ColourComesBack)
                 OpenColorimeter colorimeter(type, usb, path.version);
                 ASSERT_NO_FATAL_FAILURE(TryColours(path, colorimeter));
             }
+}
+
+TEST(ColorimeterPaths, ThePrimariesOfDisplaysComeBack)
+{
+    // IEC 61966-2-1 (sRGB) and SMPTE RP 431-2 (DCI-P3), with their shares of a white of 200 cd/m2.
+    constexpr Screen primaries[] = {{42.5, 0.640, 0.330}, {143.0, 0.300, 0.600}, {14.4, 0.150, 0.060},
+                                    {41.9, 0.680, 0.320}, {144.3, 0.265, 0.690}, {13.8, 0.150, 0.060}};
+    for (const int type : {2, 4, 9, 10, 11, 19, 20, 22})
+        for (const Screen& primary : primaries) {
+            SCOPED_TRACE(testing::Message() << "type " << type << ", x " << primary.x);
+            OpenColorimeter colorimeter(type, true, nullptr);
+            colorimeter.Light(primary);
+            ZelYxyz seen{};
+            ASSERT_EQ(zelAutoMeasureYxy_M(&colorimeter.device, metric, &seen), 0);
+            EXPECT_NEAR(seen.Y / primary.Y, 1.0, 5e-3);
+            EXPECT_NEAR(seen.x, primary.x, 1e-3);
+            EXPECT_NEAR(seen.y, primary.y, 1e-3);
+        }
 }
 
 using MeasureLuminance = std::int32_t (*)(CalDataBlock*, std::uint16_t unit, double*);
@@ -357,9 +376,9 @@ TEST(ColorimeterPaths, BlackIsAResult)
             oxv_set_number(colorimeter.instrument, name, 0);
         ZelYxyz black{};
         EXPECT_EQ(zelMeasureLCDYxy_M(&colorimeter.device, 0, &black), 0);
-        EXPECT_NEAR(black.Y, 5.8e-7, 1e-12);
-        EXPECT_NEAR(black.x, 0.3121453, 1e-7);
-        EXPECT_NEAR(black.y, 0.3291714, 1e-7);
+        EXPECT_NEAR(black.Y, 3.2e-7, 1e-12);
+        EXPECT_NEAR(black.x, 0.2873563, 1e-7);
+        EXPECT_NEAR(black.y, 0.2627258, 1e-7);
     }
 }
 

@@ -397,7 +397,7 @@ TEST_F(BenchFaults, BadUseIsRefusedAndChangesNothing)
         {"type text", [] { return oxv_attach("colorimeter-4x", "usb"); }, OXV_NO_SUCH_NAME},
         {"null kind", [] { return oxv_attach(nullptr, "usb"); }, OXV_BAD_VALUE},
         {"place", [] { return oxv_attach("spectrophotometer", "attic"); }, OXV_BAD_VALUE},
-        {"place number", [] { return oxv_attach("spectrophotometer", "usb:127"); }, OXV_BAD_VALUE},
+        {"place number", [] { return oxv_attach("spectrophotometer", "usb:128"); }, OXV_BAD_VALUE},
         {"port", [] { return oxv_attach("colorimeter-4", "serial:9"); }, OXV_BAD_VALUE},
         {"road", [] { return oxv_attach("spectrophotometer", "serial:1"); }, OXV_NOT_POSSIBLE},
         {"taken", [] { return oxv_attach("spectrophotometer", "usb:0"); }, OXV_NOT_POSSIBLE},

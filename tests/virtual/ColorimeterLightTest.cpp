@@ -2,7 +2,7 @@
 // the screen's luminance and chromaticity in the instruments' counts.
 
 #include "tests/virtual/ColorimeterRig.h"
-#include "virtual/orvex-virtual.h"
+#include "virtual/bench/Refusal.h"
 
 #include <cmath>
 #include <functional>
@@ -200,9 +200,9 @@ TEST(ColorimeterLight, BlackIsDarkerThanTheStoredDark)
         rig.Light(0, 0, 0);
         Host host(rig, type == 19);
         const Screen black = host.Colour(type == 4 ? host.Edges() : host.WideEdges());
-        EXPECT_NEAR(black.Y / candelas, 5.8e-7, 1e-8);
-        EXPECT_NEAR(black.x, 0.3121453, 1e-6);
-        EXPECT_NEAR(black.y, 0.3291714, 1e-6);
+        EXPECT_NEAR(black.Y / candelas, 3.2e-7, 1e-8);
+        EXPECT_NEAR(black.x, 0.2873563, 1e-6);
+        EXPECT_NEAR(black.y, 0.2627258, 1e-6);
     }
     ColorimeterRig integrator(11, Road::usb);
     integrator.Light(0, 0, 0);
@@ -345,6 +345,36 @@ TEST(ColorimeterLight, TheDiffuserLooksAtTheSurroundings)
     EXPECT_NEAR(ambient.x, 300.0 / 750, 4e-4);
     rig->SetText("position", "screen");
     EXPECT_NEAR(host.Colour(host.WideEdges()).Y, 100, 0.1);
+}
+
+TEST(ColorimeterLight, WhatCannotBeCountedIsRefused)
+{
+    struct Case {
+        int type;
+        const char* name;
+        double most; // about; other numbers as attached
+    };
+    const Case cases[] = {{4, "Y", 20330},  {20, "ambient-Y", 39300}, {21, "Y", 137000},        {7, "Y", 34000},
+                          {11, "Y", 26200}, {14, "dark-red", 997000}, {9, "dark-blue", 1.666e6}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << "type " << c.type << ", " << c.name);
+        ColorimeterRig rig(c.type, Road::usb);
+        rig->SetNumber(c.name, 0.98 * c.most);
+        const auto count = rig.AskLong({1}) + rig.AskLong({2}) + rig.AskLong({3});
+        EXPECT_THROW(rig->SetNumber(c.name, 1.02 * c.most), Virtual::Refusal);
+        EXPECT_EQ(rig->GetNumber(c.name), 0.98 * c.most);
+        EXPECT_EQ(rig.AskLong({1}) + rig.AskLong({2}) + rig.AskLong({3}), count) << "a refusal changes nothing";
+    }
+    ColorimeterRig rig(4, Road::usb);
+    rig.Light(0, 0, 0);
+    const auto dark = rig.AskLong({1});
+    for (const char* name : {"X", "Y", "Z"}) {
+        EXPECT_THROW(rig->SetNumber(name, -1e-9), Virtual::Refusal);
+        rig.Light(0, 0, 0);
+        rig->SetNumber(name, 50);
+        for (const std::uint8_t channel : {std::uint8_t{1}, std::uint8_t{2}, std::uint8_t{3}})
+            EXPECT_GT(rig.AskLong({channel}), dark + 10) << "every filter sees something of every light";
+    }
 }
 
 TEST(ColorimeterLight, TheMemoryTellsButDoesNotMakeTheOptics)

@@ -329,6 +329,19 @@ TEST_F(Transport, AChannelTakesTheBenchsTime)
     Exchange(nullptr, {1, 0}, EBADF);
 }
 
+TEST_F(Transport, ThereAre128Places)
+{
+    EXPECT_GT(oxv_attach("colorimeter-4", "usb:127"), 0) << oxv_last_error();
+    EXPECT_EQ(oxv_attach("colorimeter-4", "usb:128"), OXV_BAD_VALUE);
+    Platform::ChannelHandle channel = nullptr;
+    ASSERT_EQ(Platform::ChannelOpen(127, &channel), 0);
+    EXPECT_THAT(Exchange(channel, {2, 8, 121}), ElementsAre(8, 121, 'C'));
+    Platform::ChannelClose(channel);
+    for (int place = 0; place < 127; ++place)
+        ASSERT_GT(oxv_attach("colorimeter-4", "usb"), 0);
+    EXPECT_EQ(oxv_attach("colorimeter-4", "usb"), OXV_NOT_POSSIBLE);
+}
+
 TEST_F(Transport, AChannelDiesWithTheCable)
 {
     const auto device = oxv_attach("colorimeter-4", "usb");

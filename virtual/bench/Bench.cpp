@@ -21,7 +21,7 @@ namespace {
 
 constexpr std::int64_t startOfWallClock = 1577836800000000; // 2020-01-01 00:00:00 UTC, microseconds
 constexpr std::int64_t mostRealMillisecondsOfASleep = 3000; // that a sleep spends on deliveries
-constexpr int usbPlaces = 127;
+constexpr int usbPlaces = 128;
 constexpr int serialPorts = 8;
 constexpr std::string_view colorimeterPrefix = "colorimeter-";
 

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdio>
+#include <utility>
 
 namespace Virtual {
 
@@ -29,6 +31,14 @@ void RequireKnownPoint(std::string_view point)
 [[noreturn]] void RefuseName(const char* what, std::string_view name)
 {
     throw Refusal(OXV_NO_SUCH_NAME, std::string("this instrument has no ") + what + " \"" + std::string(name) + "\"");
+}
+
+[[noreturn]] void RefuseNumber(const NumberRow& row)
+{
+    char words[128];
+    std::snprintf(words, sizeof words, "\"%s\" takes %s from %g to %g", row.name,
+                  row.whole ? "whole numbers" : "numbers", row.lowest, row.highest);
+    throw Refusal(OXV_BAD_VALUE, words);
 }
 
 [[noreturn]] void RefuseAction(const char* what)
@@ -109,9 +119,14 @@ void Instrument::SetNumber(std::string_view name, double value)
     if (row.readOnly)
         throw Refusal(OXV_NOT_POSSIBLE, "\"" + std::string(name) + "\" can only be read");
     if (!(value >= row.lowest && value <= row.highest) || (row.whole && value != std::floor(value)))
-        throw Refusal(OXV_BAD_VALUE, "\"" + std::string(name) + "\" does not take this value");
-    numbers[index] = value;
-    NumberChanged(index);
+        RefuseNumber(row);
+    const double before = std::exchange(numbers[index], value);
+    try {
+        NumberChanged(index);
+    } catch (const Refusal&) {
+        numbers[index] = before;
+        throw;
+    }
 }
 
 double Instrument::GetNumber(std::string_view name) const

@@ -117,7 +117,7 @@ protected:
     /// What a number reads as; for what changes without being set.
     virtual double TellNumber(std::size_t row) const { return Number(row); }
 
-    /// A number has been set from outside.
+    /// A number has been set from outside. May refuse it, before anything else has changed.
     virtual void NumberChanged(std::size_t row) = 0;
 
     /// The cable was pulled or put back; IsPlugged has the new state.

@@ -12,7 +12,10 @@ constexpr std::uint16_t calibrationPeriods = 100;
 constexpr std::uint16_t ploverCounts = 31250;
 constexpr std::uint16_t memoryFormat = 13;
 
-constexpr double filterMatrix[3][3] = {{4.0e-3, 1.2e-3, 3.0e-4}, {2.1e-3, 3.6e-3, 1.0e-4}, {2.0e-5, 4.0e-4, 5.9e-3}};
+// What the filters let pass overlaps: none of them sees less than nothing of any light, so that every colour has its
+// counts, the primaries of the widest display too.
+constexpr double filterMatrix[3][3] = {
+    {4.0e-3, -4.0e-4, -1.0e-4}, {-3.0e-4, 3.6e-3, -1.0e-4}, {-2.0e-5, -4.0e-4, 5.9e-3}};
 constexpr double secondSlot = 1.05; // slot 2 over slot 1
 constexpr Triple ambientScale = {0.5, 0.6, 0.7};
 constexpr Triple rangeFactors = {0.5, 0.05, 0.005};

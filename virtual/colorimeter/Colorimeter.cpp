@@ -116,7 +116,7 @@ void Instrument::Seed(std::uint64_t seed)
 
 void Instrument::NumberChanged(std::size_t row)
 {
-    Scene& scene = firmware.scene;
+    Scene scene = firmware.scene;
     for (std::size_t i = 0; i < 3; ++i) {
         scene.screenXYZ[i] = Number(rowX + i);
         scene.ambientXYZ[i] = Number(rowAmbientX + i);
@@ -128,6 +128,9 @@ void Instrument::NumberChanged(std::size_t row)
         scene.diffuser = type.ambientHead;
     else if (row <= rowZ)
         scene.diffuser = false;
+    if (firmware.Light().IsTooBright(scene))
+        throw Refusal(OXV_BAD_VALUE, "this is too bright for the instrument: its converters could not follow");
+    firmware.scene = scene;
 
     firmware.lockAfter = static_cast<std::int32_t>(Number(rowLock));
     firmware.memory.writable = Number(rowWritable) != 0.0;

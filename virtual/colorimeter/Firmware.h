@@ -61,6 +61,7 @@ public:
     std::uint8_t periodsLeft = 0; ///< periods that a time-limited command leaves uncounted
 
     std::uint32_t IntegrationTicks() const { return state.ticks; }
+    const LightModel& Light() const { return light; }
 
 private:
     struct Command;

@@ -5,7 +5,9 @@
 namespace Virtual::Colorimeter {
 namespace {
 
-constexpr double rangeEndHertz = 20000.0; // where a converter of Optics::ThreeRanges saturates
+constexpr double rangeEndHertz = 20000.0;   // where a converter of Optics::ThreeRanges saturates
+constexpr double converterEndHertz = 1e6;   // the most that any other gives
+constexpr double counterEnd = 2147483647.0; // of Optics::Integrator: more reads as a negative count
 
 /// Adjugate over determinant.
 Matrix Inverse(const Matrix& m)
@@ -34,6 +36,14 @@ LightModel::LightModel(const Type& instrumentType)
 {
 }
 
+bool LightModel::IsTooBright(const Scene& scene) const
+{
+    if (type.optics == Optics::Integrator)
+        return std::ranges::max(Pulses(scene)) > counterEnd;
+    const Triple hertz = Hertz(scene);
+    return type.optics == Optics::ThreeRanges ? hertz[0] >= rangeEndHertz : std::ranges::max(hertz) > converterEndHertz;
+}
+
 Triple LightModel::Pulses(const Scene& scene) const
 {
     const Matrix& matrix = scene.diffuser ? fromAmbientXYZ : fromXYZ;
@@ -41,8 +51,8 @@ Triple LightModel::Pulses(const Scene& scene) const
     const double unit = scene.diffuser ? luxPerFootCandle : candelasPerFootLambert;
     Triple pulses{};
     for (std::size_t i = 0; i < 3; ++i) {
-        const double v = (matrix[i][0] * light[0] + matrix[i][1] * light[1] + matrix[i][2] * light[2]) / unit;
-        pulses[i] = std::max(0.0, v + scene.dark[i]);
+        const double seen = (matrix[i][0] * light[0] + matrix[i][1] * light[1] + matrix[i][2] * light[2]) / unit;
+        pulses[i] = seen + scene.dark[i];
     }
     return pulses;
 }
@@ -63,11 +73,11 @@ Triple LightModel::LuminanceHertz(const Scene& scene) const
     Triple hertz{};
     if (type.optics == Optics::OneConverter) {
         const auto channel = static_cast<std::size_t>(type.lightChannel);
-        hertz[channel] = std::max(0.0, footLamberts / calibration.footLambertsPerUnit[channel] + scene.dark[0]);
+        hertz[channel] = footLamberts / calibration.footLambertsPerUnit[channel] + scene.dark[0];
         return hertz;
     }
     for (std::size_t i = 0; i < 3; ++i)
-        hertz[i] = std::clamp(footLamberts / calibration.footLambertsPerUnit[i] + scene.dark[i], 0.0, rangeEndHertz);
+        hertz[i] = std::min(footLamberts / calibration.footLambertsPerUnit[i] + scene.dark[i], rangeEndHertz);
     return hertz;
 }
 

@@ -19,6 +19,10 @@ class LightModel {
 public:
     explicit LightModel(const Type& type);
 
+    /// Whether the scene is too bright to be counted. Types with three ranges have their own limit in each but the
+    /// widest, as the host expects.
+    bool IsTooBright(const Scene& scene) const;
+
     /// Pulses in the calibrated integration time, dark included, of each channel; never negative. Types with a matrix.
     Triple Pulses(const Scene& scene) const;
 
