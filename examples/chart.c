@@ -6,7 +6,7 @@
 #include "scene.h"
 
 #include <inttypes.h>
-#include <math.h>
+#include <orvex/color.h>
 #include <orvex/ox.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -51,23 +51,30 @@ static void print_spectrum(const char* unit)
     printf(" %s\n", unit);
 }
 
-/* The same patches as if measured without any error: the library computes the colour of both. The entry point is one
- * that the library offers to tools in the same process. */
-static void replace_samples(const Chart* chart)
+static void check_color(int32_t result)
 {
-    typedef void (*SetSampleValues)(void* proxy, const float* const* spectra, int32_t count);
-    const float* known[MOST_PATCHES];
-    void* proxy = (void*)(uintptr_t)strtoumax(OX_GetOption("oxPInst"), NULL, 10);
-    SetSampleValues function = (SetSampleValues)(uintptr_t)strtoumax(OX_GetOption("ssvOFP"), NULL, 10);
-    for (int patch = 0; patch < chart->patches; ++patch)
-        known[patch] = chart->spectra[patch];
-    function(proxy, known, chart->patches);
+    if (result == OX_NoError)
+        return;
+    fprintf(stderr, "color: %s\n", oxc_error());
+    exit(EXIT_FAILURE);
+}
+
+/* How far the measured colours lie from those of the patches as they are: CIE 1976, D50, 2 degrees. */
+static void compute_distances(const Chart* chart, const float* lab, float* distances)
+{
+    static float known[MOST_PATCHES][3];
+    const size_t patches = (size_t)chart->patches;
+    oxc_conditions* conditions = oxc_conditions_new();
+    check_color(oxc_set(conditions, "Colorimetric.Illumination", "D50"));
+    check_color(oxc_colors(conditions, chart->spectra[0], patches, known[0]));
+    check_color(oxc_differences(conditions, known[0], lab, patches, 0, 0, 0, distances));
+    oxc_conditions_free(conditions);
 }
 
 static void scan_chart(oxv_device device, const Chart* chart)
 {
     static const char filters[] = "CMYK";
-    float lab[MOST_PATCHES][3], lch[MOST_PATCHES][3], density[MOST_PATCHES][4], known[3];
+    float lab[MOST_PATCHES][3], lch[MOST_PATCHES][3], density[MOST_PATCHES][4], distances[MOST_PATCHES];
     int32_t filter[MOST_PATCHES];
 
     set("MeasurementMode", "ScanningReflectance");
@@ -88,15 +95,11 @@ static void scan_chart(oxv_device device, const Chart* chart)
         read_color("CIELCh", i, lch[i]);
         check(OX_GetDensities(density[i], &filter[i], i));
     }
-    replace_samples(chart);
+    compute_distances(chart, lab[0], distances);
     printf("  %-16s %7s %7s %7s  %7s %7s  %-8s  %s\n", "patch", "L*", "a*", "b*", "C*", "h", "density", "distance");
-    for (int32_t i = 0; i < found; ++i) {
-        read_color("CIELab", i, known);
-        const double distance =
-            sqrt(pow(lab[i][0] - known[0], 2) + pow(lab[i][1] - known[1], 2) + pow(lab[i][2] - known[2], 2));
+    for (int32_t i = 0; i < found; ++i)
         printf("  %-16s %7.2f %7.2f %7.2f  %7.2f %7.2f  %c %5.2f   %8.3f\n", chart->names[i], lab[i][0], lab[i][1],
-               lab[i][2], lch[i][1], lch[i][2], filters[filter[i] & 3], density[i][filter[i] & 3], distance);
-    }
+               lab[i][2], lch[i][1], lch[i][2], filters[filter[i] & 3], density[i][filter[i] & 3], distances[i]);
 }
 
 static void measure_spot(oxv_device device, const Chart* chart)
