@@ -1,0 +1,139 @@
+#include "Vondrel/Strips/Extent.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace Vondrel::Strips {
+
+namespace {
+
+constexpr float leaning = 2; // deviations towards the neighbour's colour that end a patch
+
+class Finder {
+public:
+    Finder(const Rows& r, const std::vector<Flat>& f, const Noise& n, const std::vector<std::size_t>& c)
+        : readings(r), flats(f), noise(n), chosen(c)
+    {
+        even = noise.ToEven(readings);
+    }
+
+    std::vector<Extent> Find()
+    {
+        std::vector<Span> spans;
+        for (const std::size_t flat : chosen)
+            spans.push_back(Bounds(flat));
+        Part(spans);
+        std::vector<Extent> extents;
+        for (std::size_t i = 0; i < chosen.size(); ++i)
+            extents.push_back(Clean(chosen[i], spans[i]));
+        return extents;
+    }
+
+private:
+    /// Median of the flat's readings, channel by channel.
+    Even Middle(const Span& span) const
+    {
+        Row middle;
+        std::vector<float> values(span.Length());
+        for (std::size_t c = 0; c < channels; ++c) {
+            for (std::size_t i = 0; i < values.size(); ++i)
+                values[i] = readings[span.first + i][c];
+            const auto half = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+            std::nth_element(values.begin(), half, values.end());
+            middle[c] = *half;
+        }
+        return noise.ToEven(middle);
+    }
+
+    Row Towards(std::size_t flat, std::size_t neighbour) const
+    {
+        return noise.EvenStep(flats[flat].linear, Minus(flats[neighbour].linear, flats[flat].linear));
+    }
+
+    /// Goes from a reading in one direction as long as the readings belong to the flat.
+    std::size_t Walk(const Even& middle, const Row& towards, std::size_t from, std::size_t to) const
+    {
+        const float length = std::sqrt(std::max(middle.Product(towards, towards), 1e-6F));
+        std::size_t last = from;
+        const bool up = to > from;
+        int strangers = 0;
+        for (std::size_t i = from; i != to && strangers < 2;) {
+            i = up ? i + 1 : i - 1;
+            const Row off = Minus(even[i].at, middle.at);
+            if (middle.Product(off, towards) / length > leaning || middle.Product(off, off) > Flat::spoiled)
+                ++strangers;
+            else {
+                strangers = 0;
+                last = i;
+            }
+        }
+        return last;
+    }
+
+    Span Bounds(std::size_t flat) const
+    {
+        const Span& span = flats[flat].span;
+        const Even middle = Middle(span);
+        std::size_t centre = (span.first + span.last) / 2;
+        for (std::size_t i = span.first; i <= span.last; ++i) // the reading nearest to the middle of its mid third
+            if (3 * i >= 2 * span.first + span.last && 3 * i <= span.first + 2 * span.last
+                && middle.SquaredDistance(even[i].at) < middle.SquaredDistance(even[centre].at))
+                centre = i;
+        Span bounds{centre, centre};
+        const std::size_t low = flat == 0 ? 0 : flats[flat - 1].span.last + 1;
+        const std::size_t high = flat + 1 == flats.size() ? readings.size() - 1 : flats[flat + 1].span.first - 1;
+        bounds.first = Walk(middle, flat == 0 ? Row{} : Towards(flat, flat - 1), centre, std::min(low, centre));
+        bounds.last =
+            Walk(middle, flat + 1 == flats.size() ? Row{} : Towards(flat, flat + 1), centre, std::max(high, centre));
+        return bounds;
+    }
+
+    /// Parts neighbours that noise lets come too near.
+    void Part(std::vector<Span>& spans) const
+    {
+        std::vector<std::size_t> gaps;
+        for (std::size_t i = 1; i < spans.size(); ++i)
+            if (chosen[i] == chosen[i - 1] + 1)
+                gaps.push_back(spans[i].first - spans[i - 1].last - 1);
+        if (gaps.empty())
+            return;
+        const auto half = gaps.begin() + static_cast<std::ptrdiff_t>(gaps.size() / 2);
+        std::nth_element(gaps.begin(), half, gaps.end());
+        for (std::size_t i = 1; i < spans.size(); ++i)
+            for (bool left = true; chosen[i] == chosen[i - 1] + 1 && spans[i].first - spans[i - 1].last - 1 < *half;
+                 left = !left) {
+                Span& span = left ? spans[i - 1] : spans[i];
+                if (spans[i - 1].Length() < 3 || spans[i].Length() < 3)
+                    break;
+                (left ? span.last : span.first) += left ? static_cast<std::size_t>(-1) : 1;
+            }
+    }
+
+    Extent Clean(std::size_t flat, const Span& span) const
+    {
+        const Even middle = Middle(flats[flat].span);
+        Extent extent{span, {}};
+        for (std::size_t i = span.first; i <= span.last; ++i)
+            if (middle.SquaredDistance(even[i].at) > Flat::spoiled)
+                extent.spoiled.push_back(i);
+        if (extent.spoiled.size() == span.Length())
+            extent.spoiled.clear();
+        return extent;
+    }
+
+    const Rows& readings;
+    const std::vector<Flat>& flats;
+    const Noise& noise;
+    const std::vector<std::size_t>& chosen;
+    std::vector<Even> even;
+};
+
+}
+
+std::vector<Extent> FindExtents(const Rows& readings, const std::vector<Flat>& flats, const Noise& noise,
+                                const std::vector<std::size_t>& chosen)
+{
+    return Finder(readings, flats, noise, chosen).Find();
+}
+
+} // namespace
