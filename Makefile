@@ -10,11 +10,9 @@ help: ## list the targets
 	@awk -F ':.*## ' '/^[a-z-]+:.*## / { printf "  make %-14s %s\n", $$1, $$2 }' $(MAKEFILE_LIST)
 
 demo: ## measure a chart on the virtual spectrophotometer: spectra, Lab, densities
-	@tools/setup.sh build
 	@tools/demo.sh
 
 check: ## three builds (plain, AddressSanitizer + UBSan, ThreadSanitizer), all tests, format, exported names
-	@tools/setup.sh check
 	@tools/check.sh
 
 build: ## build PRESET (release, debug, clang, asan, tsan)

@@ -1,10 +1,12 @@
 #!/usr/bin/env bash
-# All checks, one after the other, each with its seconds. A step over five minutes is cut and fails. Ends with a line
-# "N passed, N failed" that counts the tests of all builds, and each other step as one.
+# Installs what is missing, then runs all checks, one after the other, each with its seconds. A test that hangs is cut by its
+# own limit; a step that takes half an hour is cut and fails. Ends with a line "N passed, N failed" that counts the tests
+# of all builds, and each other step as one.
 set -uo pipefail
 cd "$(dirname "$0")/.."
+tools/setup.sh check || exit
 
-limit=300
+limit=1800
 passed=0
 failed=0
 mkdir -p build/logs

@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
-# Builds the virtual library and the example on it, then runs the example on a chart of 24 measured patches.
+# Installs what is missing, builds the virtual library and the example on it, then runs the example on a chart of 24 measured
+# patches.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+tools/setup.sh build
 mkdir -p build/logs
 log=build/logs/demo.log
 echo "building (the log is $log)"
