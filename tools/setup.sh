@@ -28,7 +28,8 @@ if [ "$(id -u)" -eq 0 ]; then
 elif command -v sudo >/dev/null && sudo -n true 2>/dev/null; then
     run=(sudo -n bash -c "$install")
 else
-    printf 'These packages are missing. Install them with\n\n    sudo bash -c "%s"\n\nand try again.\n' "$install" >&2
+    root=$(command -v sudo >/dev/null && echo "sudo bash" || echo su)
+    printf 'These packages are missing. Install them with\n\n    %s -c "%s"\n\nand try again.\n' "$root" "$install" >&2
     exit 1
 fi
 mkdir -p build/logs
