@@ -49,7 +49,7 @@ endfunction()
 add_custom_target(threaded_tests)
 
 # orvex_test(NAME SOURCES file... [ROOMS room...] [LIBRARIES target...] [LABELS label...])
-# A GoogleTest program. ROOMS are linked as objects; a test through the exported calls names a library instead.
+# A GoogleTest program, cut after ten minutes. ROOMS are linked as objects; a test through the exported calls names a library instead.
 # The label "threaded" puts a test into the ThreadSanitizer run.
 function(orvex_test name)
     cmake_parse_arguments(ARG "" "" "SOURCES;ROOMS;LIBRARIES;LABELS" ${ARGN})
@@ -64,7 +64,7 @@ function(orvex_test name)
     if("threaded" IN_LIST ARG_LABELS)
         add_dependencies(threaded_tests ${name})
     endif()
-    set_tests_properties(${name} PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT 280 ENVIRONMENT "TZ=UTC")
+    set_tests_properties(${name} PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT 600 ENVIRONMENT "TZ=UTC")
 endfunction()
 
 # orvex_benchmark(NAME SOURCES file... [ROOMS room...] [LIBRARIES target...]): a Google Benchmark program.

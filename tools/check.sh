@@ -57,7 +57,7 @@ check_build() {
     local status=$?
     count $status
     [ $status -eq 0 ] || return
-    step "test $preset" ctest --test-dir "build/$preset" --output-on-failure --no-tests=error -j2 "$@"
+    step "test $preset" ctest --test-dir "build/$preset" --output-on-failure --no-tests=error --timeout 600 -j2 "$@"
     count_tests "build/logs/test-$preset.log" $?
 }
 

@@ -1,9 +1,8 @@
 #!/usr/bin/env bash
-# exported_names.sh LIBRARY LIST...: the library defines the names of the lists, not one more or less.
+# exported_names.sh LIBRARY LIST: the library defines the names of the list, not one more or less.
 set -euo pipefail
 library=$1
-shift
-wanted=$(cat "$@" | grep -E '^[A-Za-z_]' | LC_ALL=C sort)
+wanted=$(LC_ALL=C sort "$2")
 found=$(nm -D --defined-only "$library" | awk '{ print $NF }' | LC_ALL=C sort)
 [ -n "$wanted" ] && [ -n "$found" ]
 if [ "$wanted" = "$found" ]; then
