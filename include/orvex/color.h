@@ -144,6 +144,25 @@ OX_API int32_t oxc_spectra_of_lab(const oxc_conditions* conditions, const float*
 OX_API int32_t oxc_resample(const float* values, size_t points, double first_nm, double step_nm, size_t count,
                             float* spectra);
 
+/** The patches of a strip whose number is known. The readings before the first and behind the last patch, gaps between
+ *  patches and readings that lie over an edge belong to none.
+ *  @param conditions     for the colours that are compared with the reference
+ *  @param readings       count x 36: a scan, reading by reading (option "Recognition" off)
+ *  @param patches        1 or more
+ *  @param reference_lab  patches x 3, or null: roughly what is expected, in order. It decides among places that would
+ *                        do, tells gaps from patches and equal neighbours from one another, and finds a strip that was
+ *                        read from its end.
+ *  @param spectra        patches x 36; receives the mean of each patch's own readings, single readings of dust or glint
+ *                        left out, in the order of the reference or, without one, of the scan
+ *  @param places         patches x 2, or null; receives the first and last reading of each, as indices of the scan
+ *  @param reversed       may be null; receives 1 if the strip was read from the reference's end, else 0
+ *  @return OX_NoError; OX_RecognitionFailed if there are not that many places where the colour stays (noise, a steady
+ *          ramp, bare paper, no readings at all); OX_InvalidParameter also for readings or references that are not
+ *          finite and for more readings than int32_t can name; with a reference OX_NoSubstrate, OX_CalculationFailed.
+ *          Outputs stay as they were after a failure. Time and memory grow with readings times patches. */
+OX_API int32_t oxc_find_patches(const oxc_conditions* conditions, const float* readings, size_t count, size_t patches,
+                                const float* reference_lab, float* spectra, int32_t* places, int32_t* reversed);
+
 #ifdef __cplusplus
 }
 #endif
