@@ -1,7 +1,5 @@
 #include "tests/wire/Samples.h"
 
-#include "Vondrel/DeviceDriver/ox/LowLevel/BrindleEAT.h"
-
 #include <cstdio>
 
 std::string Hex(std::span<const std::uint8_t> bytes)
@@ -13,15 +11,6 @@ std::string Hex(std::span<const std::uint8_t> bytes)
         text += digits;
     }
     return text;
-}
-
-std::vector<std::uint8_t> NewMemory()
-{
-    std::vector<std::uint8_t> memory(0x2000);
-    Vondrel::DeviceDriver::ox::BrindleEAT table;
-    table.InitializeEmtpyEAT();
-    table.Dump(memory.begin() + 0x1000, memory.begin() + 0x1200);
-    return memory;
 }
 
 std::vector<std::uint8_t> Blocks(std::size_t count, std::uint16_t first, std::uint16_t offset)

@@ -9,8 +9,5 @@
 /// Bytes as the trace writes them: "01 02 FF".
 std::string Hex(std::span<const std::uint8_t> bytes);
 
-/// The memory of a new instrument: the allocation table of the default containers, and zeros.
-std::vector<std::uint8_t> NewMemory();
-
 /// `count` measurement blocks; every word of block i is first + i, the offset word is `offset`.
 std::vector<std::uint8_t> Blocks(std::size_t count, std::uint16_t first, std::uint16_t offset = 0);

@@ -1,223 +1,359 @@
 #include "Vondrel/DeviceDriver/ox/USB/BrindleUSBDevice.h"
 #include "Vondrel/DeviceDriver/ox/USB/RequestBlock.h"
 #include "Vondrel/DeviceDriver/ox/USB/USBBrowser.h"
-#include "tests/wire/FakeInstrument.h"
+#include "platform/NamedLock.h"
 #include "tests/wire/Recorder.h"
-#include "tests/wire/Thrown.h"
+#include "tests/wire/Settled.h"
+#include "tests/wire/WireBench.h"
 
-#include <gmock/gmock.h>
-
-#include <cerrno>
+#include <functional>
+#include <future>
+#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 
 using namespace Vondrel::DeviceDriver::ox;
-using Platform::TransferKind;
-using Platform::TransferResult;
 using testing::ElementsAre;
+using testing::ElementsAreArray;
 
 namespace {
 
-constexpr auto anyRequest = MakeRequest(Direction::toDevice, RequestType::vendor, 0xCA);
+constexpr std::size_t lineSize = 256;
 
-class Transport : public testing::Test {
+class Transport : public WireBench {
 protected:
-    void SetUp() override { instrument.Reset(); }
-    void TearDown() override { EXPECT_EQ(instrument.openPipes, 0); }
+    Transport() : address(USBBrowser::Instance()->GetDevices().at(0)) { TakeTrace(); }
 
-    FakeInstrument& instrument = FakeInstrument::Get();
+    static void Order(BrindleUSBDevice& instrument, std::uint8_t code, Bytes payload)
+    {
+        instrument.PerformDeviceIOControl(MakeRequest(Direction::toDevice, RequestType::vendor, code), payload);
+    }
+
+    /// Begins a scan of these blocks.
+    void StartScan(BrindleUSBDevice& instrument, std::size_t blocks)
+    {
+        SetBlocks(Blocks(blocks, 1));
+        Order(instrument, 0xC1, {1, 0x26, 0, 0, 0, 1, 1, 0});
+        Order(instrument, 0xC0, {});
+        TakeTrace();
+    }
+
+    const std::string address;
     Recorder recorder;
 };
 
-std::vector<std::string> Untouched()
-{
-    return {"control 00 out value 84 00 00 00 00 00 00 00 00 00", "control D0 out value 03 00 00 00 00 00 00 00 00 00"};
-}
+const char* const untouched = "control 00 out standard value 0084 00 00 00 00 00 00 00 00; "
+                              "control D0 out value 0003 00 00 00 00 00 00 00 00; close 2; close 1; close 0";
 
 TEST_F(Transport, TellsHowEachKindOfTransferFailed)
 {
     struct Case {
-        const char* what;
-        TransferResult end;
-        const char* control;
-        const char* read;
-        const char* write;
+        const char* how;
+        const char* exception;
+        std::string reason;
     };
-    const Case cases[] = {
-        {"an error",
-         {TransferKind::failed, 0, EIO},
-         "IOException: Device IO control failed:  (Win32 Error (5) : input/output error)",
-         "IOException: read data failed (Win32 Error (5) : input/output error)",
-         "IOException: write data failed (Win32 Error (5) : input/output error)"},
-        {"a stall",
-         {TransferKind::stalled, 0, EPIPE},
-         "IOException: Device IO control failed:  (Win32 Error (32) : broken pipe)",
-         "IOException: read data failed (Win32 Error (32) : broken pipe)",
-         "IOException: write data failed (Win32 Error (32) : broken pipe)"},
-        {"a removal",
-         {TransferKind::gone, 0, ENODEV},
-         "IOException: Device IO control failed:  (Win32 Error (19) : no such device)",
-         "IOException: read data failed (Win32 Error (19) : no such device)",
-         "IOException: write data failed (Win32 Error (19) : no such device)"},
-        {"no end",
-         {TransferKind::pending, 0, 0},
-         "TimeoutException: Device IO control failed  (Win32 Error (110) : timed out)",
-         "TimeoutException: read data failed (timeout) (Win32 Error (110) : timed out)",
-         "TimeoutException: write data failed (timeout) (Win32 Error (110) : timed out)"},
-        {"too few bytes",
-         {TransferKind::done, 3, 0},
-         "DataException: Device IO control failed (Not enough data)",
-         "IOException: read data failed (Not enough data)",
-         "IOException: write data failed (Not enough data)"},
-    };
-    BrindleUSBDevice device(nullptr, "/dev/fake/1");
-    std::vector<std::uint8_t> data(8);
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        instrument.fault = [&](const std::string&) { return c.end; };
-        EXPECT_EQ(Thrown([&] { device.PerformDeviceIOControl(anyRequest, data); }), c.control);
-        EXPECT_EQ(Thrown([&] { device.ReadData(data, 0); }), c.read);
-        EXPECT_EQ(Thrown([&] { device.WriteData(data, 0); }), c.write);
+    for (const auto& c : {Case{"fail", "IOException", " (Win32 Error (5) : input/output error)"},
+                          {"stall", "IOException", " (Win32 Error (32) : broken pipe)"},
+                          {"unplug", "IOException", " (Win32 Error (19) : no such device)"},
+                          {"timeout", "TimeoutException", " (Win32 Error (110) : timed out)"},
+                          {"one-short", "short", " (Not enough data)"}}) {
+        SCOPED_TRACE(c.how);
+        const bool timeout = c.exception[0] == 'T';
+        const bool isShort = c.exception[0] == 's';
+        const std::string io = std::string(timeout ? "TimeoutException" : "IOException") + ": ";
+        const std::string control = (isShort ? "DataException: " : io) + "Device IO control failed"
+            + (timeout       ? " "
+                   : isShort ? ""
+                             : ":")
+            + (isShort       ? ""
+                   : timeout ? ""
+                             : " ")
+            + c.reason;
+        const std::string ending = " data failed" + std::string(timeout ? " (timeout)" : "") + c.reason;
+        Bytes data(8);
+        const Bytes place = {0, 0, 0, 0, 0, 8, 0, 0};
+        {
+            BrindleUSBDevice instrument(nullptr, address);
+            Fail("control", c.how);
+            EXPECT_EQ(Thrown([&] { Order(instrument, 0xCA, {31}); }), control);
+        }
+        oxv_plug(device);
+        {
+            BrindleUSBDevice instrument(nullptr, address);
+            Order(instrument, 0xC4, place);
+            Fail("bulk-read", c.how);
+            EXPECT_EQ(Thrown([&] { instrument.ReadData(data, 0); }), io + "read" + ending);
+        }
+        oxv_plug(device);
+        {
+            BrindleUSBDevice instrument(nullptr, address);
+            Order(instrument, 0xC3, place);
+            Fail("bulk-write", c.how);
+            EXPECT_EQ(Thrown([&] { instrument.WriteData(data, 0); }), io + "write" + ending);
+        }
+        oxv_plug(device);
     }
-    instrument.fault = nullptr;
-    EXPECT_EQ(Thrown([&] { device.PerformDeviceIOControl(anyRequest, data); }), "nothing");
 }
 
 TEST_F(Transport, OpensAllPipesOrNone)
 {
-    const char* const reason = " (Win32 Error (13) : permission denied)";
-    for (const char* pipe : {"open 0", "open 1", "open 2"}) {
+    const auto threads = CountEntries("/proc/self/task");
+    for (const char* pipe : {"open:0", "open:1", "open:2", "open:3"}) {
         SCOPED_TRACE(pipe);
-        instrument.fault = [&](const std::string& point) {
-            return point == pipe ? TransferResult{TransferKind::denied, 0, EACCES} : TransferResult{TransferKind::done};
+        Fail(pipe, "denied");
+        EXPECT_EQ(Thrown([&] { BrindleUSBDevice(nullptr, address); }),
+                  pipe[5] == '3' ? "IOException: interrupt listener thread had timeout"
+                                 : "IOException: could not open pipe: (Win32 Error (13) : permission denied)");
+        const auto lines = TakeLines();
+        const auto count = [&](const char* beginning) {
+            return std::ranges::count_if(lines, [&](const auto& line) { return line.starts_with(beginning); });
         };
-        EXPECT_EQ(Thrown([&] { BrindleUSBDevice(nullptr, "/dev/fake/1"); }),
-                  std::string("IOException: could not open pipe:") + reason);
-        EXPECT_EQ(instrument.openPipes, 0);
-        instrument.fault = nullptr;
-        EXPECT_EQ(instrument.TakeTrace(), std::string(pipe) == "open 0" ? std::vector<std::string>() : Untouched());
+        EXPECT_EQ(count("open"), count("close"));
+        EXPECT_EQ(count("control"), pipe[5] == '0' ? 0 : 2) << "the firmware is told where that is possible";
+        EXPECT_TRUE(SettlesAt("/proc/self/task", threads));
     }
-    instrument.fault = [](const std::string& point) {
-        return TransferResult{point == "open 3" ? TransferKind::denied : TransferKind::done};
-    };
-    EXPECT_EQ(Thrown([] { BrindleUSBDevice(nullptr, "/dev/fake/1"); }),
-              "IOException: interrupt listener thread had timeout");
+    EXPECT_EQ(Thrown([&] { BrindleUSBDevice(nullptr, address); }), "nothing");
 }
-
-struct ScanCase {
-    const char* what;
-    std::vector<TransferResult> packages;
-    std::size_t lines;
-    std::string thrown;
-};
 
 TEST_F(Transport, ReadsAScanUntilAShortPackage)
 {
-    constexpr std::size_t lineSize = 4;
-    const auto bytes = [](std::size_t moved) { return TransferResult{TransferKind::done, moved, 0}; };
-    const TransferResult failure{TransferKind::failed, 0, EIO};
-    const ScanCase cases[] = {
-        {"one line at the first read", {bytes(4)}, 1, "nothing"},
-        {"nothing at the first read", {}, 0, "nothing"},
-        {"an end within a package", {bytes(8), bytes(40), bytes(12)}, 15, "nothing"},
-        {"an end at a package's end", {bytes(8), bytes(40), bytes(40), bytes(0)}, 22, "nothing"},
-        {"half a line", {bytes(8), bytes(6)}, 2, "IOException: Read data failed (wrong data size)"},
-        {"a failure", {bytes(8), bytes(40), failure}, 12, "IOException: Read data failed (OverlappedRead)"},
-        {"a read that never ends", {bytes(8), {}}, 2, "TimeoutException: Read data failed (Timeout)"},
+    struct Case {
+        const char* what;
+        std::size_t blocks, lines;
+        const char* how; ///< of the nth package
+        std::uint32_t nth;
+        std::string thrown;
     };
-    BrindleUSBDevice device(nullptr, "/dev/fake/1");
+    const Case cases[] = {
+        {"one line at the first read", 1, 1, nullptr, 0, "nothing"},
+        {"nothing at the first read", 1, 0, "empty", 1, "nothing"},
+        {"an end within a package", 15, 15, nullptr, 0, "nothing"},
+        {"an end at a package's end", 22, 22, nullptr, 0, "nothing"},
+        {"half a line", 22, 2, "one-short", 2, "IOException: Read data failed (wrong data size)"},
+        {"a failure", 22, 12, "fail", 3, "IOException: Read data failed (OverlappedRead)"},
+        {"a read that never ends", 22, 2, "timeout", 2, "TimeoutException: Read data failed (Timeout)"},
+    };
+    BrindleUSBDevice instrument(nullptr, address);
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
-        std::size_t next = 0;
-        instrument.fault = [&](const std::string&) {
-            return next < c.packages.size() ? c.packages[next++] : TransferResult{TransferKind::done};
-        };
+        StartScan(instrument, c.blocks);
+        if (c.how != nullptr)
+            Fail("bulk-read", c.how, c.nth);
         ScanQueue lines;
-        EXPECT_EQ(Thrown([&] { device.ReadDataStrip(lines, lineSize, 1000); }), c.thrown);
-        EXPECT_EQ(lines.Count(), c.lines);
-        EXPECT_EQ(lines.Front().size(), c.lines == 0 ? 0 : lineSize);
-        instrument.fault = nullptr;
+        EXPECT_EQ(Thrown([&] { instrument.ReadDataStrip(lines, lineSize, 1000); }), c.thrown);
+        ASSERT_EQ(lines.Count(), c.lines);
+        for (std::size_t i = 0; i < c.lines; ++i, lines.DropFront()) {
+            ASSERT_EQ(lines.Front().size(), lineSize);
+            EXPECT_EQ(lines.Front()[1], i + 1) << "in the order of the scan";
+        }
+        EXPECT_TRUE(lines.Front().empty());
+        int inFlight = 0;
+        for (const auto& line : TakeLines())
+            inFlight += line.starts_with("submit")                       ? 1
+                : line.starts_with("done") || line.starts_with("cancel") ? -1
+                                                                         : 0;
+        EXPECT_EQ(inFlight, 0);
+        Repair();
     }
 }
 
 TEST_F(Transport, KeepsAReadInFlightWhileItCopies)
 {
-    BrindleUSBDevice device(nullptr, "/dev/fake/1");
-    instrument.measurement = Blocks(14, 1);
-    device.PerformDeviceIOControl(MakeRequest(Direction::toDevice, RequestType::vendor, 0xC0), {});
-    instrument.TakeTrace();
-    ScanQueue lines;
-    device.ReadDataStrip(lines, 256, 1000);
-    EXPECT_THAT(instrument.TakeTrace(),
-                ElementsAre("submit 512", "submit 2560", "done 512", "beep 400 75", "submit 2560", "done 2560",
-                            "submit 2560", "done 512", "submit 2560", "cancel", "cancel"));
-    ASSERT_EQ(lines.Count(), 14U);
-    for (std::size_t i = 0; i < 14; ++i, lines.DropFront())
-        EXPECT_EQ(lines.Front()[1], i + 1) << "in the order of the scan";
-    EXPECT_TRUE(lines.Front().empty());
+    BrindleUSBDevice instrument(nullptr, address);
+    for (const bool beep : {true, false}) {
+        BrindleUSBDevice::SetBeep(beep);
+        StartScan(instrument, 14);
+        ScanQueue lines;
+        instrument.ReadDataStrip(lines, lineSize, 1000);
+        EXPECT_EQ(TakeTrace(),
+                  "submit bulk-read 512; submit bulk-read 2560; done 512; " + std::string(beep ? "beep 400 75; " : "")
+                      + "submit bulk-read 2560; done 2560; submit bulk-read 2560; done 512; submit bulk-read 2560; "
+                        "done 0; done 0");
+    }
+    BrindleUSBDevice::SetBeep(true);
 }
 
 TEST_F(Transport, RefusesALineThatMakesTooLargeAPackage)
 {
-    BrindleUSBDevice device(nullptr, "/dev/fake/1");
+    SetNumber("strict", 0);
+    BrindleUSBDevice instrument(nullptr, address);
+    TakeTrace();
     ScanQueue lines;
-    EXPECT_EQ(Thrown([&] { device.ReadDataStrip(lines, 6554, 0); }), "IOException: Max packages size is 65535");
-    EXPECT_EQ(Thrown([&] { device.ReadDataStrip(lines, 0, 0); }), "DataException: A scan line holds no data");
-    EXPECT_TRUE(instrument.TakeTrace().empty());
-    EXPECT_EQ(Thrown([&] { device.ReadDataStrip(lines, 6553, 0); }), "nothing");
+    EXPECT_EQ(Thrown([&] { instrument.ReadDataStrip(lines, 6554, 0); }), "IOException: Max packages size is 65535");
+    EXPECT_EQ(Thrown([&] { instrument.ReadDataStrip(lines, 0, 0); }), "DataException: A scan line holds no data");
+    EXPECT_EQ(TakeTrace(), "");
+    EXPECT_EQ(Thrown([&] { instrument.ReadDataStrip(lines, 6553, 0); }), "nothing");
+}
+
+TEST_F(Transport, WaitsAtEachPackageOfAScan)
+{
+    BrindleUSBDevice instrument(nullptr, address);
+    for (const std::uint32_t nth : {1U, 2U, 3U}) {
+        StartScan(instrument, 22);
+        Fail("bulk-read", "timeout", nth);
+        const auto before = oxv_clock_now();
+        ScanQueue lines;
+        EXPECT_NE(Thrown([&] { instrument.ReadDataStrip(lines, lineSize, 3000); }), "nothing");
+        const auto delivered = nth == 1 ? 0.0 : nth == 2 ? 2.0 : 12.0;
+        const auto dark = nth == 1 ? 0.0 : 1.0; // the dark cycle before the first reading
+        EXPECT_NEAR(static_cast<double>(oxv_clock_now() - before), 8e6 + (delivered + dark) * 294 * 68, 1.0);
+        Repair();
+    }
 }
 
 TEST_F(Transport, TellsOfTheButtonAndThenSkipsTheRequestsForAnUntouchedOne)
 {
     {
-        BrindleUSBDevice device(&recorder, "/dev/fake/1");
+        BrindleUSBDevice instrument(&recorder, address);
         recorder.reaction = [] { throw 42; }; // goes no further
-        instrument.Press();
-        EXPECT_THAT(recorder.Await(1), ElementsAre(20011));
-        instrument.Press();
-        EXPECT_THAT(recorder.Await(2), ElementsAre(20011, 20011));
+        for (std::size_t presses = 1; presses <= 2; ++presses) {
+            oxv_press(device);
+            EXPECT_THAT(recorder.Await(presses), ElementsAreArray(std::vector<int>(presses, 20011)));
+        }
+        TakeTrace();
     }
-    EXPECT_TRUE(instrument.TakeTrace().empty());
+    EXPECT_EQ(TakeTrace(), "close 2; close 1; close 0");
     {
-        BrindleUSBDevice device(&recorder, "/dev/fake/1");
+        BrindleUSBDevice instrument(&recorder, address);
+        TakeTrace();
+        TakeTrace("interrupt");
     }
-    EXPECT_EQ(instrument.TakeTrace(), Untouched());
+    EXPECT_EQ(TakeTrace(), untouched);
+    EXPECT_EQ(recorder.Await(2).size(), 2U) << "the end of the watch is no removal";
 }
 
 TEST_F(Transport, TellsOnceThatTheInstrumentHasGoneAndFailsFromThenOn)
 {
-    BrindleUSBDevice device(&recorder, "/dev/fake/1");
-    instrument.Unplug();
-    EXPECT_THAT(recorder.Await(1), ElementsAre(20010));
-    std::vector<std::uint8_t> data(8);
-    EXPECT_EQ(Thrown([&] { device.PerformDeviceIOControl(anyRequest, data); }),
-              "IOException: Device IO control failed:  (Win32 Error (19) : no such device)");
-    EXPECT_EQ(Thrown([&] { device.ReadData(data, 0); }),
-              "IOException: read data failed (Win32 Error (19) : no such device)");
-    EXPECT_EQ(recorder.Await(1).size(), 1U);
+    struct Case {
+        const char* how; ///< of what the interrupt pipe reads
+        int message;
+        bool gone;
+    };
+    for (const auto& c : {Case{"unplug", 20010, true},
+                          {"fail", 20010, true},
+                          {"stall", 20010, true},
+                          {"empty", 20010, true},
+                          {"short", 20011, false},
+                          {"garbage", 20011, false}}) {
+        SCOPED_TRACE(c.how);
+        Recorder messages;
+        BrindleUSBDevice instrument(&messages, address);
+        ASSERT_EQ(oxv_settle(5000), OXV_OK);
+        Fail("interrupt-read", c.how);
+        EXPECT_THAT(messages.Await(1), ElementsAre(c.message));
+        ASSERT_EQ(oxv_settle(5000), OXV_OK);
+        const std::string dead = "IOException: Device IO control failed:  (Win32 Error (19) : no such device)";
+        EXPECT_EQ(Thrown([&] { Order(instrument, 0xCA, {31}); }), c.gone ? dead : "nothing");
+        EXPECT_EQ(messages.Await(1).size(), 1U);
+        oxv_plug(device);
+        oxv_faults_clear(device);
+    }
 }
 
 TEST_F(Transport, CallsNobodyOnceTheListenerIsRemoved)
 {
     for (int round = 0; round < 50; ++round) {
         Recorder shortLived;
-        BrindleUSBDevice device(&shortLived, "/dev/fake/1");
-        std::thread presser([&] { instrument.Press(); });
-        device.RemoveListener(&shortLived);
+        BrindleUSBDevice instrument(&shortLived, address);
+        std::thread presser([&] { oxv_press(device); });
+        instrument.RemoveListener(&shortLived);
         const auto before = shortLived.Await(0).size();
-        instrument.Press();
         presser.join();
+        oxv_press(device);
+        ASSERT_EQ(oxv_settle(5000), OXV_OK);
         EXPECT_EQ(shortLived.Await(0).size(), before);
     }
 }
 
 TEST_F(Transport, ListsWhatIsAttached)
 {
-    EXPECT_THAT(USBBrowser::Instance()->GetDevices(), ElementsAre("/dev/fake/1", "/dev/fake/2"));
-    instrument.addresses.assign(200, "x");
+    EXPECT_THAT(USBBrowser::Instance()->GetDevices(), ElementsAre(address));
+    for (int place = 1; place < 127; ++place)
+        ASSERT_GT(oxv_attach("spectrophotometer", "usb"), 0) << oxv_last_error();
     EXPECT_EQ(USBBrowser::Instance()->GetDevices().size(), 127U);
     EXPECT_TRUE(USBBrowser::Instance()->IsAnyOrvexConnected());
-    instrument.addresses.clear();
+    oxv_reset();
     EXPECT_FALSE(USBBrowser::Instance()->IsAnyOrvexConnected());
+}
+
+/// A second process that takes a system-wide lock and gives it back when told.
+class OtherProcess {
+public:
+    explicit OtherProcess(const std::string& name)
+    {
+        if (::pipe(toChild) != 0 || ::pipe(toParent) != 0)
+            throw std::runtime_error("no pipe");
+        child = ::fork();
+        if (child != 0)
+            return;
+        ::close(toChild[1]);
+        const auto lock = Platform::NamedLock::Make(name, true);
+        for (char order = 0; ::read(toChild[0], &order, 1) == 1;) {
+            if (order == '+')
+                order = lock->Acquire(10000) == Platform::Waitable::Outcome::acquired ? '+' : '!';
+            else
+                lock->Release();
+            if (::write(toParent[1], &order, 1) != 1)
+                break;
+        }
+        ::_exit(0);
+    }
+    ~OtherProcess()
+    {
+        ::close(toChild[1]);
+        ::waitpid(child, nullptr, 0);
+        for (const int descriptor : {toChild[0], toParent[0], toParent[1]})
+            ::close(descriptor);
+    }
+    OtherProcess(const OtherProcess&) = delete;
+    OtherProcess& operator=(const OtherProcess&) = delete;
+
+    /// @param order  '+' take, '-' give back
+    void Do(char order)
+    {
+        char answer = 0;
+        EXPECT_EQ(::write(toChild[1], &order, 1), 1);
+        EXPECT_EQ(::read(toParent[0], &answer, 1), 1);
+        EXPECT_EQ(answer, order);
+    }
+
+private:
+    int toChild[2] = {};
+    int toParent[2] = {};
+    pid_t child = 0;
+};
+
+TEST_F(Transport, WaitsWhileAnotherProcessUsesTheSameInstrument)
+{
+    // Places of this run's own, since other runs on this machine may do the same.
+    const int place = 1 + static_cast<int>(::getpid() % 60) * 2;
+    OtherProcess other("virtualusb" + std::to_string(place));
+    ASSERT_EQ(oxv_share_locks(1), OXV_OK);
+    for (const int number : {place, place + 1})
+        ASSERT_GT(oxv_attach("spectrophotometer", ("usb:" + std::to_string(number)).c_str()), 0) << oxv_last_error();
+    const auto addresses = USBBrowser::Instance()->GetDevices();
+    BrindleUSBDevice same(&recorder, addresses.at(1));
+    BrindleUSBDevice neighbour(nullptr, addresses.at(2));
+    Bytes data(8);
+    ScanQueue lines;
+    const std::pair<const char*, std::function<void()>> uses[] = {
+        {"control", [&] { Order(same, 0xCA, {31}); }},
+        {"read", [&] { same.ReadData(data, 0); }},
+        {"write", [&] { same.WriteData(data, 0); }},
+        {"scan", [&] { same.ReadDataStrip(lines, lineSize, 0); }},
+        {"message", [&] { same.MessageFromDevice(20011, 0); }},
+        {"listener", [&] { same.RemoveListener(&recorder); }},
+    };
+    for (const auto& [what, use] : uses) {
+        SCOPED_TRACE(what);
+        other.Do('+');
+        auto done = std::async(std::launch::async, [&use = use] { return Thrown(use); });
+        EXPECT_EQ(done.wait_for(std::chrono::milliseconds(30)), std::future_status::timeout);
+        EXPECT_EQ(Thrown([&] { Order(neighbour, 0xCA, {31}); }), "nothing") << "another instrument";
+        other.Do('-');
+        EXPECT_EQ(done.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    }
+    ASSERT_EQ(oxv_share_locks(0), OXV_OK);
 }
 
 }
