@@ -10,17 +10,6 @@ namespace {
 constexpr std::size_t widest = 12; // flats from one patch to the next, at most
 constexpr float never = std::numeric_limits<float>::infinity();
 
-/// About the CIELAB difference of two spectra whatever their light.
-float Contrast(const Row& a, const Row& b)
-{
-    float sum = 0;
-    for (std::size_t c = 0; c < channels; ++c) {
-        const float step = std::cbrt(a[c]) - std::cbrt(b[c]);
-        sum += step * step;
-    }
-    return 116 * std::sqrt(sum / channels);
-}
-
 class Chooser {
 public:
     Chooser(const std::vector<Flat>& f, const Noise& n, std::size_t k, const std::vector<Lab>& r,
@@ -55,6 +44,12 @@ private:
     {
         std::vector<float> lengths;
         for (const Flat& flat : flats) {
+            Row light;
+            std::transform(flat.linear.begin(), flat.linear.end(), light.begin(),
+                           [](float level) { return std::cbrt(level); });
+            lights.push_back(light);
+        }
+        for (const Flat& flat : flats) {
             lengths.push_back(flat.count);
         }
         const std::size_t middle = std::min(patches / 2, lengths.size() - 1);
@@ -67,10 +62,17 @@ private:
         pitch = static_cast<float>(flats.back().span.last - flats.front().span.first + 1) / static_cast<float>(patches);
     }
 
-    bool Same(std::size_t a, std::size_t b) const { return Contrast(flats[a].linear, flats[b].linear) < 1.5F; }
+    /// About the CIELAB difference of two flats whatever their light.
+    float Contrast(std::size_t a, std::size_t b) const
+    {
+        const Row step = Minus(lights[a], lights[b]);
+        return 116 * std::sqrt(Dot(step, step) / channels);
+    }
+
+    bool Same(std::size_t a, std::size_t b) const { return Contrast(a, b) < 1.5F; }
 
     /// Pieces of one patch, not two patches.
-    bool Twins(std::size_t a, std::size_t b) const { return Contrast(flats[a].linear, flats[b].linear) < 0.15F; }
+    bool Twins(std::size_t a, std::size_t b) const { return Contrast(a, b) < 0.15F; }
 
     /// How far flat j is from being a mixture of a and b, 0 (it is one) to 1.
     float BlendMisfit(std::size_t j, std::size_t a, std::size_t b) const
@@ -265,6 +267,10 @@ private:
         const std::size_t count = flats.size();
         std::vector<float> cost(patches * count, never);
         std::vector<std::uint32_t> from(patches * count, 0);
+        std::vector<float> steps(count * widest);
+        for (std::size_t j = 0; j < count; ++j)
+            for (std::size_t step = 1; step < widest && step <= j; ++step)
+                steps[j * widest + step] = inside[(j - step) * widest + step] + PairCost(j - step, j);
         for (std::size_t patch = 0; patch < patches; ++patch)
             for (std::size_t j = 0; j < count; ++j) {
                 float& least = cost[patch * count + j];
@@ -272,7 +278,7 @@ private:
                     least = before[j];
                 for (std::size_t step = 1; patch > 0 && step < widest && step <= j; ++step) {
                     const std::size_t a = j - step;
-                    const float total = cost[(patch - 1) * count + a] + inside[a * widest + step] + PairCost(a, j);
+                    const float total = cost[(patch - 1) * count + a] + steps[j * widest + step];
                     if (total < least) {
                         least = total;
                         from[patch * count + j] = static_cast<std::uint32_t>(a);
@@ -306,6 +312,7 @@ private:
     float usual = 1, pitch = 1, tolerance = 6;
     bool hasBacking = false; // the same at both ends
     std::array<float, 3> shifts{}, scales{1, 1, 1};
+    Rows lights; // cube roots of the flats' colours
     std::vector<float> weight, blend, inside, before, behind, take;
 };
 
