@@ -70,7 +70,9 @@ void StandardFilter::SetDxxIllumination(std::uint16_t nominal)
 {
     const auto [m1, m2] = GetDaylightFactors(static_cast<std::int16_t>(nominal));
     const auto& [s0, s1, s2] = daylightBasis;
-    const auto power = [&](std::size_t i) { return s0.values[i] + m1 * s1.values[i] + m2 * s2.values[i]; };
+    const auto power = [&s0 = s0, &s1 = s1, &s2 = s2, m1 = m1, m2 = m2](std::size_t i) {
+        return s0.values[i] + m1 * s1.values[i] + m2 * s2.values[i];
+    };
     *this = StandardFilter(s0);
     const double unity = power(static_cast<std::size_t>((560 - s0.firstWavelength) / s0.stepSize));
     for (std::size_t i = 0; i < count; ++i)
