@@ -105,6 +105,8 @@ bool StripScore::Add(const StripScene& scene, const std::vector<float>& spectra,
         const std::size_t row = scene.reversed ? patches - 1 - i : i;
         const auto found = StripLab(&spectra[row * 36]), truth = StripLab(scene.patches[i].data());
         good = good && DeltaE2000({found[0], found[1], found[2]}, {truth[0], truth[1], truth[2]}) <= 0.5;
+        if (places.empty())
+            continue;
         std::size_t own = 0;
         for (std::int32_t at = places[2 * row]; at <= places[2 * row + 1]; ++at)
             own += scene.on[static_cast<std::size_t>(at)] == static_cast<std::int32_t>(i);

@@ -23,7 +23,7 @@ struct StripScore {
     std::size_t used = 0, usedOver = 0;   ///< readings between a first and a last one; those of them over an edge
 
     /// @param spectra  rows of 36, one for each patch; empty: the recognition failed
-    /// @param places   first and last reading of each
+    /// @param places   first and last reading of each; empty: not known
     /// @return whether every patch was found once, in order, its mean within CIEDE2000 of 0.5, and the direction
     bool Add(const StripScene& scene, const std::vector<float>& spectra, const std::vector<std::int32_t>& places,
              std::int32_t reversed);
