@@ -73,7 +73,8 @@ std::int32_t Call(Operation operation) noexcept
 template<typename... Pointer>
 void RequireNonNull(Pointer... pointers)
 {
-    if (((pointers == nullptr) || ...))
+    const bool isNull = ((pointers == nullptr) || ...);
+    if (isNull)
         throw Refusal{OX_InvalidParameter, "parameter must not be null"};
 }
 
