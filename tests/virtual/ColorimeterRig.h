@@ -1,91 +1,134 @@
 #pragma once
 
 #include "virtual/bench/Kinds.h"
+#include "virtual/bench/Refusal.h"
 #include "virtual/bench/WireInstrument.h"
 
-#include <algorithm>
 #include <array>
-#include <bit>
-#include <cstdint>
+#include <gmock/gmock.h>
 #include <memory>
+#include <span>
+#include <sstream>
 #include <string>
-#include <utility>
-#include <vector>
 
-/// A colorimeter on the workbench, without bench or clock: commands in, replies out.
+using Bytes = std::vector<std::uint8_t>;
+using Road = Virtual::Place::Road;
+using Virtual::ControlLine;
+
+inline Bytes FromHex(const std::string& text)
+{
+    std::istringstream words(text);
+    Bytes bytes;
+    for (unsigned byte = 0; words >> std::hex >> byte;)
+        bytes.push_back(static_cast<std::uint8_t>(byte));
+    return bytes;
+}
+
+inline std::string ToHex(std::span<const std::uint8_t> bytes)
+{
+    return bytes.empty() ? "" : Virtual::HexBytes(bytes).substr(1);
+}
+
+/// A colorimeter on the workbench, without bench or clock: commands in, replies out, in hexadecimal.
 class ColorimeterRig {
 public:
-    ColorimeterRig(int type, Virtual::Place::Road road)
+    explicit ColorimeterRig(int type, Road road = Road::usb)
         : instrument(std::dynamic_pointer_cast<Virtual::WireInstrument>(Virtual::MakeColorimeter(type))),
-          usb(road == Virtual::Place::Road::usb)
+          usb(road == Road::usb)
     {
         instrument->TakePlace({road, 1});
         Start();
     }
 
+    Virtual::WireInstrument* operator->() { return instrument.get(); }
+
     /// Gives it its power, so that it has started by moment 0.
     void Start()
     {
         instrument->Plug(-1'000'000);
-        instrument->SetControlLine(Virtual::ControlLine::dtr, true, -1'000'000);
-        instrument->SetControlLine(Virtual::ControlLine::rts, true, -1'000'000);
+        instrument->SetControlLine(ControlLine::dtr, true, -1'000'000);
+        instrument->SetControlLine(ControlLine::rts, true, -1'000'000);
         instrument->trace.Clear();
     }
 
-    Virtual::WireInstrument* operator->() { return instrument.get(); }
-    Virtual::WireInstrument& Get() { return *instrument; }
-
-    /// The payload of the reply to one command (code, then parameters), from the echo on; empty for silence.
-    std::vector<std::uint8_t> Ask(std::vector<std::uint8_t> command)
+    /// All that comes back for these bytes of a serial line, lengths included, and how the line ends behind it.
+    std::string Stream(const std::string& bytes)
     {
-        command.insert(command.begin(), static_cast<std::uint8_t>(command.size()));
-        if (usb) {
-            command.resize(8);
-            const auto answer = instrument->Exchange(std::span<const std::uint8_t, 8>(command.data(), 8), now);
-            busy = answer.due - now;
-            now = answer.due;
-            const auto* payload = answer.bytes.data() + 2;
-            return answer.error == 0 ? std::vector<std::uint8_t>(payload, payload + std::min<int>(answer.bytes[1], 6))
-                                     : std::vector<std::uint8_t>{};
+        constexpr const char* ends[] = {"", " failed read", " hang-up"};
+        std::string all;
+        for (const auto& arrival : instrument->Receive(FromHex(bytes), now)) {
+            all += (all.empty() ? "" : " ") + ToHex(arrival.bytes) + ends[static_cast<std::size_t>(arrival.end)];
+            busy = arrival.due - now;
         }
-        const auto arrivals = instrument->Receive(command, now);
-        if (arrivals.empty() || arrivals[0].bytes.empty())
-            return {};
-        busy = arrivals[0].due - now;
-        now = arrivals[0].due;
-        return {arrivals[0].bytes.begin() + 1, arrivals[0].bytes.end()};
+        now += busy;
+        return all;
     }
 
-    /// The number behind the echo, most significant byte first.
-    std::uint32_t AskLong(std::vector<std::uint8_t> command)
+    /// The reply to a command, both from the code on: "08 79" gives "08 79 43". "-" where the command is not known.
+    std::string Ask(const std::string& command)
     {
-        const auto reply = Ask(std::move(command));
-        return reply.size() >= 5 ? Long({reply[1], reply[2], reply[3], reply[4]}) : 0xDEADBEEFU;
+        Bytes frame = FromHex(command);
+        frame.insert(frame.begin(), static_cast<std::uint8_t>(frame.size()));
+        busy = 0;
+        if (!usb) {
+            const std::string reply = Stream(ToHex(frame));
+            return reply.empty() ? "-" : reply.substr(std::min<std::size_t>(reply.size(), 3));
+        }
+        frame.resize(8);
+        const auto answer = instrument->Exchange(std::span<const std::uint8_t, 8>(frame.data(), 8), now);
+        busy = answer.due - now;
+        now = answer.due;
+        const std::string reply = ToHex(std::span(answer.bytes).subspan(2, std::min<std::size_t>(answer.bytes[1], 6)));
+        return answer.error != 0 ? "error " + std::to_string(answer.error) : reply == "EE" ? "-" : reply;
     }
 
-    std::uint8_t Cell(std::uint8_t at) { return Ask({8, at})[2]; }
-    std::uint16_t CellWord(std::uint8_t at) { return static_cast<std::uint16_t>(Cell(at) << 8 | Cell(next(at, 1))); }
-    std::uint32_t CellLong(std::uint8_t at)
+    /// The number behind the echo; -1 without one.
+    std::int64_t Count(const std::string& command)
     {
-        return Long({Cell(at), Cell(next(at, 1)), Cell(next(at, 2)), Cell(next(at, 3))});
+        const Bytes reply = FromHex(Ask(command));
+        return reply.size() < 5 ? -1 : std::int64_t{reply[1]} << 24 | reply[2] << 16 | reply[3] << 8 | reply[4];
     }
-    double CellFloat(std::uint8_t at) { return std::bit_cast<float>(CellLong(at)); }
 
-    void Light(double X, double Y, double Z)
+    /// Goes through steps apart by ';', as colorimeter_dialogues.txt explains them.
+    void Run(const std::string& script)
     {
-        instrument->SetNumber("X", X);
-        instrument->SetNumber("Y", Y);
-        instrument->SetNumber("Z", Z);
+        std::istringstream steps(script);
+        for (std::string step; std::getline(steps >> std::ws, step, ';');) {
+            SCOPED_TRACE(step);
+            const auto arrow = step.find(" > "), equals = step.find('=');
+            const std::string command = step.substr(0, arrow);
+            const std::string reply = arrow == std::string::npos ? "" : step.substr(arrow + 3);
+            if (step.starts_with("refused "))
+                EXPECT_THROW(Run(step.substr(8)), Virtual::Refusal);
+            else if (arrow == std::string::npos)
+                Change(step.substr(0, equals), equals == std::string::npos ? "" : step.substr(equals + 1));
+            else if (command.starts_with('~'))
+                EXPECT_EQ(Stream(command.substr(1)), reply);
+            else if (reply.starts_with('#'))
+                EXPECT_EQ(Count(command), std::stoll(reply.substr(1)));
+            else
+                EXPECT_EQ(Ask(command).substr(0, reply == "*" ? 0 : std::string::npos), reply == "*" ? "" : reply);
+        }
     }
 
     Virtual::Moment now = 0;
     Virtual::Moment busy = 0; ///< microseconds that the last command took
 
 private:
-    static std::uint8_t next(std::uint8_t at, int by) { return static_cast<std::uint8_t>(at + by); }
-    static std::uint32_t Long(std::array<std::uint32_t, 4> bytes)
+    void Change(const std::string& name, const std::string& value)
     {
-        return bytes[0] << 24 | bytes[1] << 16 | bytes[2] << 8 | bytes[3];
+        const auto at = value.find(' ');
+        if (name == "off")
+            instrument->Unplug(0), Start();
+        else if (name == "answer")
+            instrument->QueueAnswer("command:" + std::to_string(FromHex(value)[0]), FromHex(value));
+        else if (name.starts_with("fault "))
+            instrument->SetFault(name.substr(6), static_cast<std::uint32_t>(std::stoul(value)), 1, value.substr(at + 1),
+                                 0);
+        else if (name == "version" || name == "position")
+            instrument->SetText(name, value);
+        else
+            instrument->SetNumber(name, std::stod(value));
     }
 
     std::shared_ptr<Virtual::WireInstrument> instrument;
