@@ -3,64 +3,87 @@
 #include "platform/Clock.h"
 #include "platform/DeviceChannel.h"
 #include "platform/SerialPort.h"
+#include "tests/virtual/ColorimeterRig.h"
 #include "virtual/orvex-virtual.h"
 
 #include <array>
 #include <cerrno>
 #include <chrono>
-#include <gmock/gmock.h>
-#include <string>
 #include <termios.h>
 #include <thread>
-#include <vector>
-
-using testing::ElementsAre;
-using testing::IsEmpty;
-using Bytes = std::vector<std::uint8_t>;
 
 namespace {
 
 constexpr Platform::SerialLimits threeSeconds = {2500, 250, 3000, 250, 250};
+constexpr std::int64_t byteTime = 1042; // microseconds of ten bits at 9600 baud
 
-class Transport : public testing::Test {
-protected:
-    void SetUp() override { oxv_reset(); }
-    void TearDown() override { oxv_reset(); }
-
-    static Platform::SerialHandle OpenPort(std::int32_t port, const Platform::SerialLimits& limits = threeSeconds)
+/// A port that the host has open, set up and started.
+class Port {
+public:
+    explicit Port(std::int32_t number, Platform::SerialLimits limits = threeSeconds)
     {
-        Platform::SerialHandle handle = nullptr;
-        EXPECT_EQ(Platform::SerialOpen(port, &handle), 0);
+        EXPECT_EQ(Platform::SerialOpen(number, &handle), 0);
         EXPECT_EQ(Platform::SerialConfigure(handle), 0);
         EXPECT_EQ(Platform::SerialSetDtr(handle, true), 0);
         EXPECT_EQ(Platform::SerialSetRts(handle, true), 0);
-        EXPECT_EQ(Platform::SerialSetLimits(handle, &limits), 0);
-        Platform::SleepMicroseconds(1'000'000); // it starts on the port's power
-        return handle;
+        Limit(limits);
+        Platform::SleepMicroseconds(1'000'000);
     }
 
-    static void Send(Platform::SerialHandle handle, const Bytes& bytes)
+    /// One that the application has opened.
+    static Port Of(oxv_device device)
+    {
+        const int descriptor = oxv_port_descriptor(device);
+        EXPECT_GT(descriptor, 2) << oxv_last_error();
+        return Port(reinterpret_cast<Platform::SerialHandle>(static_cast<std::intptr_t>(descriptor)));
+    }
+
+    ~Port() { Platform::SerialClose(handle); }
+    Port(const Port&) = delete;
+    Port& operator=(const Port&) = delete;
+
+    void Limit(const Platform::SerialLimits& limits) { EXPECT_EQ(Platform::SerialSetLimits(handle, &limits), 0); }
+
+    std::size_t Write(const Bytes& bytes)
     {
         std::size_t moved = 0;
         EXPECT_EQ(Platform::SerialWrite(handle, bytes.data(), bytes.size(), &moved), 0);
-        EXPECT_EQ(moved, bytes.size());
+        return moved;
     }
 
-    /// Reads so many bytes, or fewer when the time is over.
-    static Bytes Receive(Platform::SerialHandle handle, std::size_t size, int expectedStatus = 0)
+    /// Reads so many bytes, or fewer when the time is over; "error N" if that fails.
+    std::string Read(std::size_t size)
     {
         Bytes bytes(size);
         std::size_t moved = 0;
-        EXPECT_EQ(Platform::SerialRead(handle, bytes.data(), size, &moved), expectedStatus);
-        bytes.resize(moved);
-        return bytes;
+        const int status = Platform::SerialRead(handle, bytes.data(), size, &moved);
+        return status == 0 ? ToHex(std::span(bytes).first(moved)) : "error " + std::to_string(status);
     }
 
-    static Bytes Ask(Platform::SerialHandle handle, const Bytes& frame)
+    /// The reply to a frame, without its length.
+    std::string Ask(const std::string& frame)
     {
-        Send(handle, frame);
-        const Bytes length = Receive(handle, 1);
-        return length.empty() ? Bytes{} : Receive(handle, length[0]);
+        Write(FromHex(frame));
+        const std::string length = Read(1);
+        return length.size() == 2 ? Read(FromHex(length)[0]) : length;
+    }
+
+    Platform::SerialHandle handle = nullptr;
+
+private:
+    explicit Port(Platform::SerialHandle open) : handle(open) { Limit(threeSeconds); }
+};
+
+class Transport : public testing::Test {
+protected:
+    Transport() { oxv_reset(); }
+    ~Transport() override { oxv_reset(); }
+
+    static oxv_device Attach(const char* where)
+    {
+        const oxv_device device = oxv_attach("colorimeter-4", where);
+        EXPECT_GT(device, 0) << oxv_last_error();
+        return device;
     }
 
     /// Microseconds of the bench's clock that something took.
@@ -73,404 +96,278 @@ protected:
     }
 };
 
-const Bytes readLetter = {2, 8, 121};
-
-constexpr std::int64_t byteTime = 1042; // microseconds of ten bits at 9600 baud
+const std::string ask = "02 08 79", answer = "08 79 43";
 
 TEST_F(Transport, ASerialPortInMemoryTakesTheBenchsTime)
 {
-    ASSERT_GT(oxv_attach("colorimeter-4", "serial:3"), 0);
-    const auto port = OpenPort(3);
-    const auto lasts = [&](const Bytes& frame) { return Lasts([&] { Ask(port, frame); }); };
-    EXPECT_EQ(lasts(readLetter), 7 * byteTime) << "three bytes there, four back";
-    EXPECT_EQ(lasts({1, 1}), 1'666'668 + 8 * byteTime);
-    EXPECT_EQ(lasts({0x41, 0xFF, 0x41, 1, 6}), 11 * byteTime);
-    Platform::SerialClose(port);
-}
-
-TEST_F(Transport, APortThatIsNotSetUpIsNotUnderstood)
-{
-    const auto device = oxv_attach("colorimeter-4", "serial:1");
-    ASSERT_EQ(oxv_fault(device, "setup", 1, 1, "fail"), OXV_OK);
-    Platform::SerialHandle port = nullptr;
-    ASSERT_EQ(Platform::SerialOpen(1, &port), 0);
-    Platform::SerialSetDtr(port, true);
-    Platform::SerialSetRts(port, true);
-    Platform::SerialSetLimits(port, &threeSeconds);
-    Platform::SleepMicroseconds(1'000'000);
-    EXPECT_EQ(Platform::SerialConfigure(port), EIO);
-    EXPECT_THAT(Ask(port, readLetter), IsEmpty());
-    EXPECT_EQ(Platform::SerialConfigure(port), 0);
-    EXPECT_EQ(Ask(port, readLetter).size(), 3U);
-    Platform::SerialSetRts(port, false);
-    EXPECT_THAT(Ask(port, readLetter), IsEmpty()) << "it has no power";
-    Platform::SerialSetRts(port, true);
-    EXPECT_THAT(Ask(port, readLetter), IsEmpty()) << "it starts, and has not heard this";
-    EXPECT_EQ(Ask(port, readLetter).size(), 3U);
-    Platform::SerialClose(port);
-}
-
-TEST_F(Transport, SilenceLastsToTheLimit)
-{
-    ASSERT_GT(oxv_attach("colorimeter-4", "serial:3"), 0);
-    const auto port = OpenPort(3);
-    EXPECT_EQ(Lasts([&] { EXPECT_THAT(Ask(port, {1, 99}), IsEmpty()); }), 3'250'000) << "nothing comes, to the limit";
-    EXPECT_EQ(Platform::SerialClose(port), 0);
-}
-
-TEST_F(Transport, TheIntervalEndsAReplyThatBreaksOff)
-{
-    const auto device = oxv_attach("colorimeter-4", "serial:1");
-    const auto port = OpenPort(1);
+    const oxv_device device = Attach("serial:3");
+    oxv_set_number(device, "junk-at-open", 2);
+    Port port(3);
+    EXPECT_EQ(port.Read(2), "55 55");
+    const auto lasts = [&](const char* frame) { return Lasts([&] { port.Ask(frame); }); };
+    EXPECT_EQ(lasts("02 08 79"), 7 * byteTime) << "three bytes there, four back";
+    EXPECT_EQ(lasts("01 01"), 1'666'668 + 8 * byteTime);
+    EXPECT_EQ(lasts("01 63"), 3'250'000) << "nothing comes, to the limit";
     oxv_fault(device, "command:8", 1, 1, "one-short");
-    EXPECT_EQ(Lasts([&] { EXPECT_THAT(Ask(port, readLetter), ElementsAre(8, 121)); }), 6 * byteTime + 2'500'000);
-    Platform::SerialClose(port);
-
-    const auto hasty = OpenPort(1, {1, 250, 3000, 250, 250});
-    Send(hasty, readLetter);
-    for (int i = 0; i < 4; ++i)
-        EXPECT_EQ(Receive(hasty, 4).size(), 1U) << "a byte takes longer than the interval";
-    Platform::SerialClose(hasty);
+    EXPECT_EQ(lasts("02 08 79"), 6 * byteTime + 2'500'000) << "the interval ends a reply that breaks off";
+    port.Limit({1, 250, 3000, 250, 250});
+    port.Write(FromHex(ask));
+    for (const char* byte : {"03", "08", "79", "43"})
+        EXPECT_EQ(port.Read(4), byte) << "a byte takes longer than this interval";
+    port.Limit({});
+    EXPECT_EQ(lasts("01 01"), 1'666'668 + 8 * byteTime) << "without a limit the clock goes to what is under way";
 }
 
 TEST_F(Transport, AWriteEndsWhenTheTransmitterHasTakenItAll)
 {
-    ASSERT_GT(oxv_attach("colorimeter-4", "serial:1"), 0);
-    const auto port = OpenPort(1, {0, 0, 1, 0, 0});
-    const Bytes longText(2000, 0xFF);
+    Attach("serial:1");
+    Port port(1, {0, 0, 1, 0, 0});
     std::size_t moved = 0;
-    const auto write = [&] { Platform::SerialWrite(port, longText.data(), longText.size(), &moved); };
-    EXPECT_EQ(Lasts([&] { Send(port, Bytes(1024, 0xFF)); }), 0) << "all of it waits to be sent";
-    EXPECT_EQ(Lasts(write), 2000 * byteTime) << "as much as went before must have left";
+    const auto write = [&](std::size_t size) { return Lasts([&] { moved = port.Write(Bytes(size, 0xFF)); }); };
+    EXPECT_EQ(write(1024), 0) << "all of it waits to be sent";
+    EXPECT_EQ(write(2000), 2000 * byteTime) << "as much as went before must have left";
     EXPECT_EQ(moved, 2000U);
     oxv_clock_advance(2'000'000);
-    const Platform::SerialLimits brief = {0, 0, 1, 0, 100};
-    Platform::SerialSetLimits(port, &brief);
-    EXPECT_EQ(Lasts(write), 100'000);
+    port.Limit({0, 0, 1, 0, 100});
+    EXPECT_EQ(write(2000), 100'000);
     EXPECT_EQ(moved, 1024U + 95) << "what fits at once, and what has left since";
-    Platform::SerialClose(port);
+}
+
+TEST_F(Transport, APortThatIsNotSetUpIsNotUnderstood)
+{
+    const oxv_device device = Attach("serial:1");
+    Port port(1);
+    Platform::SerialClose(port.handle);
+    oxv_fault(device, "setup", 1, 1, "fail");
+    EXPECT_EQ(Platform::SerialOpen(1, &port.handle), 0);
+    EXPECT_EQ(Platform::SerialConfigure(port.handle), EIO);
+    Platform::SerialSetDtr(port.handle, true);
+    Platform::SerialSetRts(port.handle, true);
+    port.Limit(threeSeconds);
+    EXPECT_EQ(port.Ask(ask) + port.Ask(ask), "");
+    EXPECT_EQ(Platform::SerialConfigure(port.handle), 0);
+    EXPECT_EQ(port.Ask(ask), answer);
+    Platform::SerialSetRts(port.handle, false);
+    EXPECT_EQ(port.Ask(ask), "") << "it has no power";
+    Platform::SerialSetRts(port.handle, true);
+    EXPECT_EQ(port.Ask(ask), "") << "it starts, and has not heard this";
+    EXPECT_EQ(port.Ask(ask), answer);
 }
 
 TEST_F(Transport, ALateReplyIsStaleUntilPurged)
 {
-    const auto device = oxv_attach("colorimeter-4", "serial:1");
-    const auto port = OpenPort(1);
+    const oxv_device device = Attach("serial:1");
+    Port port(1);
     oxv_set_number(device, "reply-delay", 5);
-    Send(port, readLetter);
-    EXPECT_THAT(Receive(port, 1), IsEmpty());
+    EXPECT_EQ(port.Ask(ask), "");
     oxv_set_number(device, "reply-delay", 0);
     oxv_clock_advance(3'000'000);
-    EXPECT_THAT(Ask(port, {1, 6}), ElementsAre(8, 121, 'C')) << "the old reply is taken for the new";
-    EXPECT_EQ(Platform::SerialPurgeReceive(port), 0);
-    EXPECT_EQ(Ask(port, {1, 6}).size(), 5U);
-    Platform::SerialClose(port);
+    EXPECT_EQ(port.Ask("01 06"), answer) << "the old reply is taken for the new";
+    oxv_clock_advance(1'000'000);
+    EXPECT_EQ(Platform::SerialPurgeReceive(port.handle), 0);
+    EXPECT_EQ(port.Ask("01 06"), "06 00 06 5B 9B");
 }
 
 TEST_F(Transport, PortsAreExclusiveAndOnlyThoseOfTheBench)
 {
-    const auto device = oxv_attach("colorimeter-4", "serial:1");
+    const oxv_device device = Attach("serial:1");
     Platform::SerialHandle second = nullptr;
-    EXPECT_EQ(Platform::SerialOpen(2, &second), ENOENT);
-    EXPECT_EQ(Platform::SerialOpen(0, &second), EINVAL);
-    EXPECT_EQ(Platform::SerialOpen(9, &second), EINVAL);
-    const auto port = OpenPort(1);
+    for (const auto& [number, status] : {std::pair{2, ENOENT}, {0, EINVAL}, {9, EINVAL}})
+        EXPECT_EQ(Platform::SerialOpen(number, &second), status);
+    Port port(1);
     EXPECT_EQ(Platform::SerialOpen(1, &second), EBUSY);
     EXPECT_EQ(second, nullptr);
-    EXPECT_EQ(Platform::SerialClose(port), 0);
-    EXPECT_EQ(Platform::SerialClose(port), EBADF);
-    EXPECT_THAT(Receive(port, 1, EBADF), IsEmpty());
-    EXPECT_THAT(Receive(nullptr, 1, EBADF), IsEmpty());
-
+    EXPECT_EQ(Platform::SerialClose(port.handle), 0);
+    EXPECT_EQ(Platform::SerialClose(port.handle), EBADF);
+    EXPECT_EQ(port.Read(1), "error " + std::to_string(EBADF));
     oxv_fault(device, "open", 1, 1, "denied");
-    EXPECT_EQ(Platform::SerialOpen(1, &second), EACCES);
-    EXPECT_EQ(Platform::SerialOpen(1, &second), 0);
+    EXPECT_EQ(Platform::SerialOpen(1, &port.handle), EACCES);
+    EXPECT_EQ(Platform::SerialOpen(1, &port.handle), 0);
     EXPECT_EQ(oxv_count(device, "open"), 3);
     EXPECT_EQ(oxv_count(device, "close"), 1);
     oxv_remove(device);
-    EXPECT_THAT(Receive(second, 1, EIO), IsEmpty()) << "the far end is gone";
-    Platform::SerialClose(second);
+    EXPECT_EQ(port.Read(1), "error 5") << "the far end is gone";
 }
 
 TEST_F(Transport, FailuresOfReading)
 {
-    const auto device = oxv_attach("colorimeter-4", "serial:1");
-    auto port = OpenPort(1);
-    oxv_fault(device, "command:8", 1, 1, "fail");
-    Send(port, readLetter);
-    EXPECT_THAT(Receive(port, 1, EIO), IsEmpty());
-    EXPECT_EQ(Ask(port, readLetter).size(), 3U) << "the next exchange is good";
-
-    oxv_fault(device, "command:8", 1, 1, "close-after-length");
-    Send(port, readLetter);
-    EXPECT_THAT(Receive(port, 1), ElementsAre(3));
-    EXPECT_THAT(Receive(port, 3, EIO), IsEmpty());
-    EXPECT_THAT(Receive(port, 3, EIO), IsEmpty()) << "until the port is opened anew";
-    Platform::SerialClose(port);
-    port = OpenPort(1);
-    EXPECT_EQ(Ask(port, readLetter).size(), 3U);
-
+    const oxv_device device = Attach("serial:1");
+    {
+        Port port(1);
+        oxv_fault(device, "command:8", 1, 1, "fail");
+        oxv_fault(device, "command:8", 2, 1, "close-after-length");
+        EXPECT_EQ(port.Ask(ask), "error 5");
+        EXPECT_EQ(port.Ask("01 06"), "06 00 06 5B 9B") << "the next exchange is good";
+        EXPECT_EQ(port.Ask(ask), "error 5");
+        EXPECT_EQ(port.Read(1), "error 5") << "until the port is opened anew";
+    }
+    Port port(1);
     oxv_unplug(device);
-    EXPECT_THAT(Ask(port, readLetter), IsEmpty());
+    EXPECT_EQ(port.Ask(ask), "");
     oxv_plug(device);
     oxv_clock_advance(1'000'000);
-    EXPECT_EQ(Ask(port, readLetter).size(), 3U) << "a line does not notice the cable";
-    Platform::SerialClose(port);
-}
-
-TEST_F(Transport, AReplyUnderWayIsLostWithTheCable)
-{
-    const auto device = oxv_attach("colorimeter-4", "serial:1");
-    const auto port = OpenPort(1);
-    Send(port, {1, 6});
+    EXPECT_EQ(port.Ask(ask), answer) << "a line does not notice the cable";
+    port.Write(FromHex("01 06"));
     oxv_clock_advance(4 * byteTime);
     oxv_unplug(device);
     oxv_plug(device);
-    EXPECT_EQ(Receive(port, 6).size(), 2U) << "the length and the echo had arrived";
-    Platform::SerialClose(port);
+    EXPECT_EQ(port.Read(6), "05 06") << "the rest was under way, and is lost with the cable";
 }
 
-TEST_F(Transport, AReadWithoutALimitGetsWhatIsUnderWay)
+TEST_F(Transport, ClosingEndsAWaitWithoutALimit)
 {
-    ASSERT_GT(oxv_attach("colorimeter-4", "serial:1"), 0);
-    const auto port = OpenPort(1, {});
-    EXPECT_EQ(Lasts([&] { EXPECT_EQ(Ask(port, {1, 1}).size(), 5U); }), 1'666'668 + 8 * byteTime);
-
-    int status = -1;
-    std::thread reader([&] {
-        std::uint8_t byte = 0;
-        std::size_t moved = 0;
-        status = Platform::SerialRead(port, &byte, 1, &moved);
-    });
+    Attach("serial:1");
+    Port port(1, {});
+    std::string met;
+    std::thread reader([&] { met = port.Read(1); });
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    EXPECT_EQ(Platform::SerialClose(port), 0) << "closing ends the wait";
+    EXPECT_EQ(Platform::SerialClose(port.handle), 0);
     reader.join();
-    EXPECT_TRUE(status == EIO || status == EBADF) << status;
+    EXPECT_THAT(met, testing::StartsWith("error"));
 }
 
-TEST_F(Transport, JunkComesFirst)
+TEST_F(Transport, ThreadsMoveTheClockTogether)
 {
-    const auto device = oxv_attach("colorimeter-4", "serial:1");
-    oxv_set_number(device, "junk-at-open", 2);
-    const auto port = OpenPort(1);
-    Send(port, readLetter);
-    EXPECT_EQ(Receive(port, 6).size(), 6U);
-    Platform::SerialClose(port);
-}
-
-TEST_F(Transport, ADescriptorStandsForAPortInMemory)
-{
-    const auto device = oxv_attach("colorimeter-4", "serial:1");
-    const int descriptor = oxv_port_descriptor(device);
-    ASSERT_GT(descriptor, 2);
-    const auto port = reinterpret_cast<Platform::SerialHandle>(static_cast<std::intptr_t>(descriptor));
-    EXPECT_EQ(Platform::SerialSetLimits(port, &threeSeconds), 0);
-    EXPECT_EQ(Ask(port, readLetter).size(), 3U);
-    Platform::SerialForget(port);
-    EXPECT_EQ(Ask(port, readLetter).size(), 3U) << "forgotten, not closed";
-    EXPECT_EQ(Platform::SerialClose(port), 0);
-    EXPECT_EQ(oxv_port_descriptor(oxv_attach("colorimeter-4", "usb")), OXV_NOT_POSSIBLE);
-}
-
-TEST_F(Transport, TwoInstrumentsTalkAtOnce)
-{
-    ASSERT_GT(oxv_attach("colorimeter-4", "serial:1"), 0);
-    ASSERT_GT(oxv_attach("colorimeter-9", "serial:2"), 0);
+    Attach("serial:1");
+    Attach("serial:2");
     std::array<int, 2> good{};
     const auto talk = [&](std::size_t which) {
-        const auto port = OpenPort(static_cast<std::int32_t>(which) + 1);
+        Port port(static_cast<std::int32_t>(which) + 1);
         for (int i = 0; i < 100; ++i)
-            good[which] += Ask(port, {1, 1}).size() == 5; // however far the other one moves the clock
-        Platform::SerialClose(port);
+            good[which] += port.Ask("01 01").size() == 14; // however far the other one moves it
     };
     std::thread other(talk, 1);
     talk(0);
     other.join();
-    EXPECT_THAT(good, ElementsAre(100, 100));
+    EXPECT_THAT(good, testing::ElementsAre(100, 100));
 }
 
 TEST_F(Transport, ARealClockMakesTheHostWait)
 {
-    const auto device = oxv_attach("colorimeter-4", "serial:1");
-    const auto port = OpenPort(1, {100, 0, 50, 0, 0});
+    const oxv_device device = Attach("serial:1");
+    Port port(1, {100, 0, 50, 0, 0});
     oxv_clock_mode(OXV_CLOCK_REAL);
-    const auto realTime = [&](const Bytes& frame) {
-        const auto start = std::chrono::steady_clock::now();
-        Ask(port, frame);
-        return std::chrono::steady_clock::now() - start;
-    };
     oxv_set_number(device, "reply-delay", 0.03);
-    EXPECT_GE(realTime(readLetter), std::chrono::milliseconds(29));
-    EXPECT_GE(realTime({1, 99}), std::chrono::milliseconds(49)) << "to the limit";
-    Platform::SerialClose(port);
+    for (const auto& [frame, least] : {std::pair{"02 08 79", 29}, {"01 63", 49}}) {
+        const auto start = std::chrono::steady_clock::now();
+        port.Ask(frame);
+        EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(least));
+    }
 }
 
 // ---- device channels
 
-Bytes Exchange(Platform::ChannelHandle channel, const std::array<std::uint8_t, 8>& request, int expectedStatus = 0)
+std::string Exchange(Platform::ChannelHandle channel, const std::string& frame)
 {
-    std::array<std::uint8_t, 8> answer{};
-    const int status = Platform::ChannelExchange(channel, request.data(), answer.data());
-    EXPECT_EQ(status, expectedStatus);
-    return status == 0 ? Bytes(answer.begin() + 2, answer.begin() + 2 + answer[1]) : Bytes{};
+    Bytes request = FromHex(frame);
+    request.resize(8);
+    std::array<std::uint8_t, 8> reply{};
+    const int status = Platform::ChannelExchange(channel, request.data(), reply.data());
+    return status == 0 ? ToHex(std::span(reply).subspan(2, reply[1])) : "error " + std::to_string(status);
 }
 
-TEST_F(Transport, AChannelTakesTheBenchsTime)
+TEST_F(Transport, AChannelTakesTheBenchsTimeOnEachOf128Places)
 {
-    ASSERT_GT(oxv_attach("colorimeter-19", "usb:5"), 0);
-    Platform::ChannelHandle channel = nullptr;
-    EXPECT_EQ(Platform::ChannelOpen(0, &channel), ENOENT);
-    ASSERT_EQ(Platform::ChannelOpen(5, &channel), 0);
-    EXPECT_THAT(Exchange(channel, {2, 8, 121}), ElementsAre(8, 121, 'X'));
-    EXPECT_EQ(Lasts([&] { EXPECT_EQ(Exchange(channel, {1, 1}).size(), 5U); }), 1'666'667 + 1000);
-    EXPECT_EQ(Lasts([&] { Exchange(channel, {1, 6}); }), 1000);
-    EXPECT_EQ(Platform::ChannelClose(channel), 0);
-    EXPECT_EQ(Platform::ChannelClose(channel), EBADF);
-    Exchange(channel, {1, 0}, EBADF);
-    Exchange(nullptr, {1, 0}, EBADF);
-}
-
-TEST_F(Transport, ThereAre128Places)
-{
-    EXPECT_GT(oxv_attach("colorimeter-4", "usb:127"), 0) << oxv_last_error();
-    EXPECT_EQ(oxv_attach("colorimeter-4", "usb:128"), OXV_BAD_VALUE);
+    for (int place = 0; place < 128; ++place)
+        Attach("usb");
+    EXPECT_EQ(oxv_attach("colorimeter-4", "usb"), OXV_NOT_POSSIBLE);
     Platform::ChannelHandle channel = nullptr;
     ASSERT_EQ(Platform::ChannelOpen(127, &channel), 0);
-    EXPECT_THAT(Exchange(channel, {2, 8, 121}), ElementsAre(8, 121, 'C'));
-    Platform::ChannelClose(channel);
-    for (int place = 0; place < 127; ++place)
-        ASSERT_GT(oxv_attach("colorimeter-4", "usb"), 0);
-    EXPECT_EQ(oxv_attach("colorimeter-4", "usb"), OXV_NOT_POSSIBLE);
+    EXPECT_EQ(Lasts([&] { EXPECT_EQ(Exchange(channel, ask), answer); }), 1000);
+    EXPECT_EQ(Lasts([&] { Exchange(channel, "01 01"); }), 1'666'668 + 1000);
+    EXPECT_EQ(Platform::ChannelClose(channel), 0);
+    EXPECT_EQ(Platform::ChannelClose(channel), EBADF);
+    EXPECT_EQ(Exchange(channel, ask), "error " + std::to_string(EBADF));
+    EXPECT_EQ(Exchange(nullptr, ask), "error " + std::to_string(EBADF));
+    EXPECT_EQ(Platform::ChannelOpen(128, &channel), ENOENT);
 }
 
 TEST_F(Transport, AChannelDiesWithTheCable)
 {
-    const auto device = oxv_attach("colorimeter-4", "usb");
-    Platform::ChannelHandle channel = nullptr;
+    const oxv_device device = Attach("usb");
+    const std::string gone = "error " + std::to_string(ENODEV);
+    Platform::ChannelHandle channel = nullptr, second = nullptr;
     ASSERT_EQ(Platform::ChannelOpen(0, &channel), 0);
+    oxv_fault(device, "command", 1, 1, "timeout");
+    EXPECT_EQ(Lasts([&] { EXPECT_EQ(Exchange(channel, ask), "error " + std::to_string(ETIMEDOUT)); }), 5'001'000)
+        << "the driver gives up what never ends";
     oxv_unplug(device);
-    Exchange(channel, {1, 0}, ENODEV);
-    Platform::ChannelHandle second = nullptr;
+    EXPECT_EQ(Exchange(channel, ask), gone);
     EXPECT_EQ(Platform::ChannelOpen(0, &second), ENODEV);
     EXPECT_EQ(second, nullptr);
     oxv_plug(device);
-    Exchange(channel, {1, 0}, ENODEV);
+    EXPECT_EQ(Exchange(channel, ask), gone);
     ASSERT_EQ(Platform::ChannelOpen(0, &second), 0) << "opened anew it is good";
-    EXPECT_EQ(Exchange(second, {1, 0}).size(), 5U);
+    EXPECT_EQ(Exchange(second, ask), answer);
     oxv_remove(device);
-    Exchange(second, {1, 0}, ENODEV);
+    EXPECT_EQ(Exchange(second, ask), gone);
     Platform::ChannelClose(channel);
     Platform::ChannelClose(second);
-}
-
-TEST_F(Transport, AnExchangeThatNeverEndsIsGivenUpByTheDriver)
-{
-    const auto device = oxv_attach("colorimeter-4", "usb");
-    Platform::ChannelHandle channel = nullptr;
-    ASSERT_EQ(Platform::ChannelOpen(0, &channel), 0);
-    oxv_fault(device, "command", 1, 1, "timeout");
-    EXPECT_EQ(Lasts([&] { Exchange(channel, {1, 0}, ETIMEDOUT); }), 5'001'000);
-    Platform::ChannelClose(channel);
 }
 
 // ---- pseudo-terminals: the platform's own serial ports talk
 
 class Terminal : public Transport {
 protected:
-    void SetUp() override
-    {
-        Transport::SetUp();
-        device = oxv_attach("colorimeter-4", "pty");
-        ASSERT_GT(device, 0) << oxv_last_error();
-    }
-
-    std::string PortName() const
+    std::int32_t Number()
     {
         std::array<char, 128> name{};
         oxv_get_text(device, "port", name.data(), name.size());
-        return name.data();
+        EXPECT_EQ(Platform::SetSerialPortName(7, name.data()), 0);
+        return 7;
     }
 
-    Platform::SerialHandle Open(const Platform::SerialLimits& limits = {500, 10, 2000, 250, 250}) const
-    {
-        EXPECT_EQ(Platform::SetSerialPortName(7, PortName().c_str()), 0);
-        return OpenPort(7, limits);
-    }
-
-    bool Becomes(const char* point, std::int64_t count) const
-    {
-        for (int i = 0; i < 200 && oxv_count(device, point) != count; ++i)
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        return oxv_count(device, point) == count;
-    }
-
-    oxv_device device = 0;
+    static constexpr Platform::SerialLimits limits = {500, 10, 2000, 250, 250};
+    oxv_device device = Attach("pty");
 };
 
-TEST_F(Terminal, CarriesAConversation)
+TEST_F(Terminal, CarriesAConversationAtTheSpeedOfThePort)
 {
-    const auto port = Open();
-    EXPECT_THAT(Ask(port, readLetter), ElementsAre(8, 121, 'C'));
-    EXPECT_EQ(Ask(port, {1, 1}).size(), 5U) << "on a virtual clock at once";
-    EXPECT_EQ(oxv_count(device, "open"), 1);
-    EXPECT_EQ(Platform::SerialClose(port), 0);
-    EXPECT_TRUE(Becomes("close", 1));
-
-    const auto again = Open();
-    EXPECT_EQ(Lasts([&] { EXPECT_EQ(Ask(again, readLetter).size(), 3U); }), 7 * byteTime);
+    {
+        Port port(Number(), limits);
+        EXPECT_EQ(port.Ask("01 01"), "01 00 00 1F 2F") << "on a virtual clock at once";
+    }
+    for (int i = 0; i < 200 && oxv_count(device, "close") == 0; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    Port port(Number(), limits);
+    EXPECT_EQ(Lasts([&] { EXPECT_EQ(port.Ask(ask), answer); }), 7 * byteTime);
+    EXPECT_EQ(oxv_count(device, "open"), 2);
     termios line{};
-    const int descriptor = static_cast<int>(reinterpret_cast<std::intptr_t>(again));
+    const int descriptor = static_cast<int>(reinterpret_cast<std::intptr_t>(port.handle));
     ASSERT_EQ(tcgetattr(descriptor, &line), 0);
     cfsetspeed(&line, B115200);
     ASSERT_EQ(tcsetattr(descriptor, TCSANOW, &line), 0);
-    EXPECT_EQ(Lasts([&] { EXPECT_EQ(Ask(again, readLetter).size(), 3U); }), 7 * 87) << "as fast as the port is set to";
-    EXPECT_EQ(oxv_count(device, "open"), 2);
-    EXPECT_EQ(Platform::SerialClose(again), 0);
+    EXPECT_EQ(Lasts([&] { EXPECT_EQ(port.Ask(ask), answer); }), 7 * 87);
 }
 
-TEST_F(Terminal, HangsUpAfterTheLength)
+TEST_F(Terminal, HangsUpAndGoesOnBehindAnother)
 {
     oxv_fault(device, "command:8", 1, 1, "close-after-length");
-    const std::string before = PortName();
-    auto port = Open();
-    Send(port, readLetter);
-    EXPECT_THAT(Receive(port, 1), ElementsAre(3));
-    EXPECT_THAT(Receive(port, 3, EIO), IsEmpty());
-    Platform::SerialClose(port);
-    EXPECT_NE(PortName(), before) << "the instrument goes on behind another one";
-    port = Open();
-    EXPECT_EQ(Ask(port, readLetter).size(), 3U);
-    Platform::SerialClose(port);
-}
-
-TEST_F(Terminal, IsSilentWithoutItsCable)
-{
+    {
+        Port port(Number(), limits);
+        EXPECT_EQ(port.Ask(ask), "error 5");
+    }
+    Port port(Number(), limits);
+    EXPECT_EQ(port.Ask(ask), answer);
     oxv_unplug(device);
-    const auto port = Open({50, 0, 100, 250, 250});
-    EXPECT_THAT(Ask(port, readLetter), IsEmpty());
+    port.Limit({50, 0, 100, 250, 250});
+    EXPECT_EQ(port.Ask(ask), "") << "silent without its cable";
     oxv_plug(device);
-    EXPECT_EQ(Ask(port, readLetter).size(), 3U);
-    Platform::SerialClose(port);
-}
-
-TEST_F(Terminal, EndsWithTheInstrument)
-{
-    const auto port = Open();
-    EXPECT_EQ(Ask(port, readLetter).size(), 3U);
+    port.Limit(limits);
+    EXPECT_EQ(port.Ask(ask), answer);
     oxv_remove(device);
-    EXPECT_THAT(Receive(port, 1, EIO), IsEmpty());
-    Platform::SerialClose(port);
+    EXPECT_EQ(port.Read(1), "error 5");
 }
 
-TEST_F(Terminal, GivesADescriptorToTheApplication)
+TEST_F(Terminal, AndAPortInMemoryGiveADescriptorToTheApplication)
 {
-    const int descriptor = oxv_port_descriptor(device);
-    ASSERT_GT(descriptor, 2) << oxv_last_error();
-    const auto port = reinterpret_cast<Platform::SerialHandle>(static_cast<std::intptr_t>(descriptor));
-    const Platform::SerialLimits limits = {500, 10, 2000, 250, 250};
-    EXPECT_EQ(Platform::SerialSetLimits(port, &limits), 0);
-    EXPECT_EQ(Ask(port, readLetter).size(), 3U);
-    Platform::SerialForget(port);
-    EXPECT_EQ(Platform::SerialClose(port), 0);
+    for (const oxv_device each : {device, Attach("serial:1")}) {
+        Port port = Port::Of(each);
+        EXPECT_EQ(port.Ask(ask), answer);
+        Platform::SerialForget(port.handle);
+        EXPECT_EQ(port.Ask(ask), answer) << "forgotten, not closed";
+    }
+    EXPECT_EQ(oxv_port_descriptor(Attach("usb")), OXV_NOT_POSSIBLE);
 }
 
 }
