@@ -147,6 +147,45 @@ TEST(Measure, OfDistanceIsThePublishedOne)
     EXPECT_EQ(rows, 34);
 }
 
+TEST_F(SpectrophotometerAccuracy, EveryBuildFindsTheTruth)
+{
+    Spectrum violet{};
+    for (std::size_t band = 0; band < violet.size(); ++band)
+        violet[band] =
+            static_cast<float>(0.1 + 0.7 * std::exp(-0.5 * std::pow((10.0 * static_cast<double>(band) - 20) / 35, 2)));
+    struct Build {
+        const char* number;
+        double value;
+        bool sound;
+    };
+    for (const auto& c : {Build{"firmware-version", 300, true},
+                          {"firmware-version", 302, true},
+                          {"uv-cut", 1, true},
+                          {"uv-cut", 0, true},
+                          {"lamp-scale", 0.2, true},
+                          {"lamp-scale", 1, true},
+                          {"lamp-temperature", 2856, true},
+                          {"lamp-temperature", 3300, true},
+                          {"lamp-temperature", 2800, false},
+                          {"lamp-temperature", 3400, false}}) {
+        SCOPED_TRACE(testing::Message() << c.number << " " << c.value);
+        ASSERT_EQ(oxv_set_number(device, c.number, c.value), OXV_OK);
+        Restart();
+        Show("tile");
+        const auto result = OX_Calibrate();
+        if (!c.sound) {
+            EXPECT_THAT(Option("LastError"), testing::HasSubstr("White check failed"));
+            continue;
+        }
+        ASSERT_EQ(result, OX_NoError) << Option("LastError");
+        ShowSample(violet);
+        ASSERT_OK(OX_TriggerMeasurement());
+        Spectrum measured{};
+        ASSERT_OK(OX_GetSpectrum(measured.data(), 0));
+        EXPECT_THAT(measured, testing::Pointwise(testing::FloatNear(0.002F), violet));
+    }
+}
+
 TEST_F(SpectrophotometerAccuracy, SpotsAreThePatches)
 {
     CalibrateIn("SingleReflectance");

@@ -1,7 +1,6 @@
 #include "tests/virtual/Host.h"
 
 #include <cmath>
-#include <cstring>
 #include <stdexcept>
 
 namespace {
@@ -11,11 +10,6 @@ constexpr std::size_t blockBytes = 256;
 unsigned WordOf(const Host::Bytes& bytes, std::size_t at)
 {
     return bytes.at(at) * 256U + bytes.at(at + 1);
-}
-
-std::uint32_t LongOf(const Host::Bytes& bytes, std::size_t at)
-{
-    return WordOf(bytes, at) << 16 | WordOf(bytes, at + 2);
 }
 
 void AppendWord(Host::Bytes& bytes, unsigned word)
@@ -157,80 +151,4 @@ std::vector<Host::Counts> Host::Measure(const Order& order)
         readings.push_back(counts);
     }
     return readings;
-}
-
-Host::Counts Host::MeasureLinear(const Order& order)
-{
-    const auto readings = Measure(order);
-    Counts mean(128, 0.0);
-    for (const auto& reading : readings)
-        for (std::size_t pixel = 0; pixel < mean.size(); ++pixel)
-            mean[pixel] += reading[pixel] / static_cast<double>(readings.size());
-    return Linear(mean, order.gain);
-}
-
-void Host::ReadCalibration()
-{
-    const Bytes image = ReadMemory(0, 8192);
-    const unsigned end = 0x1000 + WordOf(image, 0x1002);
-    for (unsigned entry = 0x1004; entry + 6 < end; entry += 6) {
-        const auto id = static_cast<std::uint16_t>(WordOf(image, entry));
-        const std::uint32_t from = LongOf(image, entry + 2);
-        const std::uint32_t to = LongOf(image, entry + 8);
-        for (std::uint32_t at = from; at + 4 <= to; at += 4) {
-            const std::uint32_t bits = LongOf(image, at);
-            float value = 0.0F;
-            std::memcpy(&value, &bits, sizeof value);
-            floats[id].push_back(value);
-            longs[id].push_back(static_cast<std::int32_t>(bits));
-        }
-    }
-}
-
-Host::Counts Host::Linear(const Counts& counts, int gain)
-{
-    const auto& polynomial = floats[gain != 0 ? 1000 : 1001];
-    Counts linear;
-    for (const double count : counts)
-        linear.push_back(polynomial.at(0) + polynomial.at(1) * count + polynomial.at(2) * count * count);
-    return linear;
-}
-
-Host::Spectrum Host::ToBands(const Counts& counts)
-{
-    Spectrum bands;
-    std::size_t next = 0;
-    for (std::size_t band = 0; band < longs[1002].size(); ++band) {
-        double sum = 0.0;
-        for (std::int64_t i = 0; i < longs[1003].at(band); ++i)
-            sum += floats[1004].at(next++) * counts.at(static_cast<std::size_t>(longs[1002][band] + i));
-        bands.push_back(sum);
-    }
-    return bands;
-}
-
-Host::Spectrum Host::Reflectance(const Counts& sample, const Counts& white, const Counts& dark)
-{
-    Counts bright = white;
-    Counts seen = sample;
-    for (std::size_t pixel = 0; pixel < dark.size(); ++pixel) {
-        bright[pixel] -= dark[pixel];
-        seen[pixel] -= dark[pixel];
-    }
-    Spectrum reflectance = ToBands(seen);
-    const Spectrum reference = ToBands(bright);
-    for (std::size_t band = 0; band < reflectance.size(); ++band)
-        reflectance[band] *= floats[1100].at(band) / reference[band];
-    return reflectance;
-}
-
-Host::Spectrum Host::Radiance(const Counts& light, const Counts& dark, double seconds, int gain)
-{
-    Counts net = light;
-    for (std::size_t pixel = 0; pixel < dark.size(); ++pixel)
-        net[pixel] -= dark[pixel];
-    Spectrum radiance = ToBands(net);
-    for (std::size_t band = 0; band < radiance.size(); ++band)
-        radiance[band] *= floats[1101].at(band) / seconds / (gain != 0 ? 1.0 : floats[1213].at(0));
-    return radiance;
 }
