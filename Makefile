@@ -4,7 +4,7 @@ PRESET ?= release
 SOURCES = $$(git ls-files '*.cpp' '*.h' '*.c')
 
 .DEFAULT_GOAL := help
-.PHONY: help demo check build test format format-check tidy debug coverage bench color-digest fuzz check-kernel mutants install clean
+.PHONY: help demo check build test format format-check tidy debug coverage bench color-digest fuzz check-kernel mutants figures install clean
 
 help: ## list the targets
 	@awk -F ':.*## ' '/^[a-z-]+:.*## / { printf "  make %-14s %s\n", $$1, $$2 }' $(MAKEFILE_LIST)
@@ -66,6 +66,10 @@ check-kernel: ## the USB transport on a real kernel's usbfs, in an emulated mach
 mutants: ## plant N (100) one-line faults in ROOM by SEED (1), or those of AT="FILE:LINE ...", and see the tests catch them
 	@tools/setup.sh mutants
 	@tools/mutants.py --room "$(ROOM)" --count $(or $(N),100) --seed $(or $(SEED),1) --jobs $(or $(J),2) $(if $(AT),--at $(AT))
+
+figures: ## lines of tests and of code, the longest functions and files
+	@tools/test-share.sh
+	@tools/house.py
 
 install: ## install the libraries into PREFIX (default /usr/local)
 	@tools/setup.sh build

@@ -72,5 +72,10 @@ check_build asan all
 check_build tsan threaded_tests -L threaded
 
 echo
+tools/test-share.sh | tail -n 1
+tools/house.py
+tools/library-size.sh build/release/library/liborvex.so
+
+echo
 echo "$passed passed, $failed failed"
 [ $failed -eq 0 ] && [ $passed -gt 0 ]

@@ -4,14 +4,14 @@
 set -euo pipefail
 
 packages=(g++ cmake make ninja-build pkg-config libusb-1.0-0-dev)
-check=(git binutils clang-14 libclang-rt-14-dev clang-format libgtest-dev libgmock-dev libbenchmark-dev liblcms2-dev
+check=(git binutils python3 clang-14 libclang-rt-14-dev clang-format libgtest-dev libgmock-dev libbenchmark-dev liblcms2-dev
     umockdev libumockdev-dev)
 case "${1:-build}" in
     build) ;;
     check) packages+=("${check[@]}") ;;
     tidy) packages+=("${check[@]}" clang-tidy) ;;
     coverage) packages+=("${check[@]}" gcovr) ;;
-    mutants) packages+=("${check[@]}" python3) ;;
+    mutants) packages+=("${check[@]}") ;;
     kernel) packages+=("${check[@]}" qemu-system-x86 busybox-static cpio xz-utils) ;;
     *) echo "setup.sh: unknown purpose $1" >&2; exit 2 ;;
 esac
