@@ -8,11 +8,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <limits>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 using namespace Vondrel::CMetry;
@@ -213,6 +215,387 @@ TEST(Colors, AreTheSameAloneAndAmongOthers)
             ExpectColors(both, RandomSpectra(count, 7), count);
         ExpectColors(both, RandomSpectra(10080, 8), 10080);
     }
+}
+
+TEST(Colors, OnPaperAndByOtherLights)
+{
+    Both both;
+    const auto spectra = RandomSpectra(12, 3);
+    float color[3];
+    both.Set(whiteBaseKey, "Paper");
+    EXPECT_EQ(oxc_colors(both.c.get(), spectra.data(), 1, color), OX_NoSubstrate);
+    EXPECT_EQ(oxc_densities(both.c.get(), spectra.data(), 0, nullptr), OX_NoSubstrate);
+    const float* const paper = &spectra[4 * OXC_BANDS];
+    ASSERT_EQ(oxc_set_paper(both.c.get(), paper), OX_NoError);
+    DensityService::SetPaperWhite(VDSpectrum(paper));
+    for (const char* illumination : {"D50", "Dxx, Temperature:4200", "Emission"})
+        for (const char* space : {"CIEXYZ", "CIExyY", "CIELuv", "RGB"}) {
+            both.Set(illuminationKey, illumination);
+            both.Set(spaceKey, space);
+            ExpectColors(both, spectra, 12);
+        }
+    EXPECT_EQ(oxc_set_paper(both.c.get(), nullptr), OX_NoError);
+    EXPECT_EQ(oxc_colors(both.c.get(), spectra.data(), 1, color), OX_NoSubstrate);
+    BaseCalculator::SetPaperWhitePointer({});
+}
+
+TEST(Colors, ConvertAsTheEngineDoes)
+{
+    Both both;
+    const auto spectra = RandomSpectra(20, 4);
+    std::size_t pairs = 0;
+    for (const auto& from : Values(spaceKey)) {
+        if (from == "CMYK")
+            continue;
+        both.Set(spaceKey, from);
+        std::vector<float> colors(60), converted(60);
+        ASSERT_EQ(oxc_colors(both.c.get(), spectra.data(), 20, colors.data()), OX_NoError);
+        for (const auto& to : Values(spaceKey)) {
+            SCOPED_TRACE(from + " to " + to);
+            const auto engine = [&](std::size_t row) {
+                const float* const color = &colors[row * 3];
+                return CMetryService::GetVector(VDColorVector(color[0], color[1], color[2], both.engine), to);
+            };
+            const auto code = oxc_convert(both.c.get(), from.c_str(), colors.data(), 20, to.c_str(), converted.data());
+            if (code == OX_NotSupported) {
+                EXPECT_THROW(engine(0), Vondrel::Utilities::Exceptions::RuntimeException);
+                continue;
+            }
+            ASSERT_EQ(code, OX_NoError);
+            ++pairs;
+            for (std::size_t row = 0; row < 20; ++row)
+                for (std::size_t i = 0; i < 3; ++i)
+                    ASSERT_TRUE(SameBits(converted[row * 3 + i], engine(row)[i])) << row;
+            auto inPlace = colors;
+            ASSERT_EQ(oxc_convert(both.c.get(), from.c_str(), inPlace.data(), 20, to.c_str(), inPlace.data()), 0);
+            EXPECT_EQ(inPlace, converted);
+        }
+    }
+    EXPECT_EQ(pairs, 13U + 12U);
+}
+
+TEST(Differences, AreThoseOfTheEngine)
+{
+    Both both;
+    both.Set(illuminationKey, "D50");
+    const auto reference = RandomSpectra(30, 21), sample = RandomSpectra(30, 22);
+    std::vector<float> labs1(90), labs2(90), differences(30);
+    ASSERT_EQ(oxc_colors(both.c.get(), reference.data(), 30, labs1.data()), OX_NoError);
+    ASSERT_EQ(oxc_colors(both.c.get(), sample.data(), 30, labs2.data()), OX_NoError);
+    const struct {
+        float p1, p2, p3;
+    } parameters[] = {{0, 0, 0}, {1.5F, 0, 2}, {0, 3, 0.5F}};
+    for (const auto& formula : Values(formulaKey))
+        for (const auto& p : parameters) {
+            SCOPED_TRACE(formula);
+            both.Set(formulaKey, formula);
+            const auto ofSpectra = oxc_spectral_differences(both.c.get(), reference.data(), sample.data(), 30, p.p1,
+                                                            p.p2, p.p3, differences.data());
+            // A black reference has no difference by Friele, MacAdam and Chickering.
+            EXPECT_EQ(ofSpectra, formula == "FMCII" ? OX_CalculationFailed : OX_NoError);
+            for (std::size_t row = formula == "FMCII" ? 1 : 0; row < 30; ++row)
+                ASSERT_TRUE(SameBits(differences[row],
+                                     CMetryService::GetDeltaE(VDSpectrum(&reference[row * OXC_BANDS]),
+                                                              VDSpectrum(&sample[row * OXC_BANDS]), both.engine, p.p1,
+                                                              p.p2, p.p3)));
+            const auto ofLab =
+                oxc_differences(both.c.get(), labs1.data(), labs2.data(), 30, p.p1, p.p2, p.p3, differences.data());
+            if (formula == "CIELuv" || formula == "LABvd" || formula == "FMCII") {
+                EXPECT_EQ(ofLab, OX_NotSupported);
+                continue;
+            }
+            ASSERT_EQ(ofLab, OX_NoError);
+            for (std::size_t row = 0; row < 30; ++row) {
+                const float *a = &labs1[row * 3], *b = &labs2[row * 3];
+                ASSERT_TRUE(
+                    SameBits(differences[row],
+                             CMetryService::GetDeltaE(VDColorVector(a[0], a[1], a[2], both.engine),
+                                                      VDColorVector(b[0], b[1], b[2], both.engine), p.p1, p.p2, p.p3)));
+            }
+        }
+    EXPECT_EQ(oxc_differences(both.c.get(), labs1.data(), labs2.data(), 30, noNumber, 0, 0, differences.data()),
+              OX_InvalidParameter);
+}
+
+TEST(Differences, MetamerismIsOfTheChangeOfLight)
+{
+    Both both;
+    const auto reference = RandomSpectra(20, 31), sample = RandomSpectra(20, 32);
+    VDMeasureConditions testEngine;
+    const Conditions test(oxc_conditions_new());
+    std::vector<float> indices(20);
+    for (const char* light : {"A", "F11", "D65"}) {
+        ASSERT_EQ(oxc_set(test.get(), illuminationKey.c_str(), light), OX_NoError);
+        ASSERT_EQ(oxc_set(test.get(), observerKey.c_str(), "TenDegree"), OX_NoError); // does not count
+        testEngine.SetMeasureCondition(illuminationKey, light);
+        ASSERT_EQ(oxc_metamerism(both.c.get(), test.get(), reference.data(), sample.data(), 20, indices.data()),
+                  OX_NoError);
+        for (std::size_t row = 0; row < 20; ++row)
+            ASSERT_TRUE(
+                SameBits(indices[row],
+                         CMetryService::GetMetamery(VDSpectrum(&reference[row * OXC_BANDS]),
+                                                    VDSpectrum(&sample[row * OXC_BANDS]), both.engine, testEngine)));
+    }
+    EXPECT_EQ(oxc_metamerism(both.c.get(), nullptr, reference.data(), sample.data(), 1, indices.data()),
+              OX_InvalidParameter);
+}
+
+// One density at a time by the service that stands behind the measuring calls.
+float Density(const Both& both, const float* spectrum, const std::string& mode)
+{
+    VDMeasureConditions conditions = both.engine;
+    conditions.SetMeasureCondition(filterKey, mode);
+    return DensityService::GetDensity(VDSpectrum(spectrum), conditions);
+}
+
+TEST(Densities, AreThoseOfTheMeasuringCallsToTheBit)
+{
+    Both both;
+    auto spectra = RandomSpectra(60, 41);
+    std::fill_n(spectra.begin(), OXC_BANDS, 0.003F); // no black, which has no density
+    const float* const paper = &spectra[5 * OXC_BANDS];
+    ASSERT_EQ(oxc_set_paper(both.c.get(), paper), OX_NoError);
+    DensityService::SetPaperWhite(VDSpectrum(paper));
+    std::vector<float> four(240), one(60);
+    std::vector<std::int32_t> filters(60);
+    for (const auto& standard : Values(standardKey))
+        for (const auto& base : Values(whiteBaseKey)) {
+            SCOPED_TRACE(standard + " " + base);
+            both.Set(standardKey, standard);
+            both.Set(whiteBaseKey, base);
+            const auto code = oxc_densities(both.c.get(), spectra.data(), 60, four.data());
+            if (standard == "User") {
+                EXPECT_EQ(code, OX_NotSupported);
+                continue;
+            }
+            ASSERT_EQ(code, OX_NoError) << oxc_error();
+            const std::string channels[] = {"Black", "Cyan", "Magenta", "Yellow"};
+            for (std::size_t i = 0; i < four.size(); ++i)
+                ASSERT_TRUE(SameBits(four[i], Density(both, &spectra[i / 4 * OXC_BANDS], channels[i % 4])));
+            for (const auto& mode : Values(filterKey)) {
+                both.Set(filterKey, mode);
+                ASSERT_EQ(oxc_density(both.c.get(), spectra.data(), 60, one.data(), filters.data()), OX_NoError);
+                for (std::size_t row = 0; row < 60; ++row) {
+                    const float* const spectrum = &spectra[row * OXC_BANDS];
+                    ASSERT_TRUE(SameBits(one[row], Density(both, spectrum, mode))) << mode;
+                    ASSERT_EQ(channels[filters[row]],
+                              DensityService::GetDensityFilterName(VDSpectrum(spectrum), both.engine));
+                }
+            }
+        }
+    BaseCalculator::SetPaperWhitePointer({});
+}
+
+TEST(Lights, HaveTemperatureAndRendering)
+{
+    auto lights = RandomSpectra(12, 51);
+    for (std::size_t i = 3 * OXC_BANDS; i < lights.size(); ++i)
+        lights[i] += 0.5F;
+    std::vector<float> kelvin(12), indices(12);
+    std::vector<std::int32_t> valid(12);
+    EXPECT_EQ(oxc_temperatures(lights.data(), 12, kelvin.data()), OX_NoError);
+    EXPECT_EQ(oxc_rendering_indices(lights.data(), 12, indices.data(), valid.data()), OX_NoError);
+    for (std::size_t row = 0; row < 12; ++row) {
+        VDSpectrum light(&lights[row * OXC_BANDS]);
+        light.GetMeasureConditions().SetIllumination(VDIllumination(IlluminationTYPE::Emission));
+        float index = 0;
+        std::string reference;
+        EXPECT_EQ(valid[row], CMetryService::GetColorRenderingIndex(light, index, reference) ? 1 : 0);
+        EXPECT_EQ(indices[row], index);
+        EXPECT_EQ(kelvin[row], CMetryService::GetColorTemperature(light));
+    }
+    EXPECT_EQ(kelvin[0], -1.0F); // no light
+    EXPECT_EQ(indices[0], 0.0F);
+}
+
+TEST(SpectraOfLab, HaveTheirLab)
+{
+    const Conditions c(oxc_conditions_new());
+    const auto spectra = RandomSpectra(12, 61);
+    std::vector<float> labs(39), made(13 * OXC_BANDS), again(36);
+    ASSERT_EQ(oxc_colors(c.get(), spectra.data(), 12, labs.data()), OX_NoError);
+    labs[36] = 50.0F;
+    labs[37] = 300.0F; // no reflectance is as red
+    EXPECT_EQ(oxc_spectra_of_lab(c.get(), labs.data(), 13, made.data()), OX_CalculationFailed);
+    EXPECT_STREQ(oxc_error(), "row 12: no reflectance gives this colour");
+    EXPECT_TRUE(std::isnan(made[12 * OXC_BANDS + 7]));
+    ASSERT_EQ(oxc_colors(c.get(), made.data(), 12, again.data()), OX_NoError);
+    for (std::size_t i = 0; i < 12 * OXC_BANDS; ++i)
+        ASSERT_TRUE(made[i] >= 0.0F && made[i] <= 1.0F);
+    std::vector<float> differences(12);
+    ASSERT_EQ(oxc_differences(c.get(), labs.data(), again.data(), 12, 0, 0, 0, differences.data()), OX_NoError);
+    for (const float difference : differences)
+        EXPECT_LT(difference, 0.1F);
+}
+
+// Rows that hold no numbers, or give none, between others.
+TEST(Rows, WithoutAResultLeaveTheOthersAlone)
+{
+    const Conditions c(oxc_conditions_new());
+    auto spectra = RandomSpectra(20, 71);
+    std::fill_n(spectra.begin(), OXC_BANDS, 0.5F);
+    std::vector<float> whole(60), colors(60), densities(80), wholeDensities(80), one(20);
+    std::vector<std::int32_t> filters(20);
+    ASSERT_EQ(oxc_colors(c.get(), spectra.data(), 20, whole.data()), OX_NoError);
+    ASSERT_EQ(oxc_densities(c.get(), spectra.data(), 20, wholeDensities.data()), OX_NoError);
+
+    const auto expect = [&](std::size_t bad, std::int32_t code, const char* text, bool ofDensitiesToo) {
+        EXPECT_EQ(oxc_colors(c.get(), spectra.data(), 20, colors.data()), code);
+        EXPECT_EQ(oxc_error(), "row " + std::to_string(bad) + ": " + text);
+        for (std::size_t i = 0; i < 60; ++i)
+            ASSERT_TRUE(i / 3 == bad ? std::isnan(colors[i]) : SameBits(colors[i], whole[i])) << i;
+        if (!ofDensitiesToo)
+            return;
+        EXPECT_EQ(oxc_densities(c.get(), spectra.data(), 20, densities.data()), code);
+        for (std::size_t i = 0; i < 80; ++i)
+            ASSERT_TRUE(i / 4 == bad ? std::isnan(densities[i]) : SameBits(densities[i], wholeDensities[i])) << i;
+        EXPECT_EQ(oxc_density(c.get(), spectra.data(), 20, one.data(), filters.data()), code);
+        EXPECT_TRUE(std::isnan(one[bad]));
+        EXPECT_EQ(filters[bad], -1);
+        EXPECT_EQ(oxc_temperatures(spectra.data(), 20, one.data()), code);
+        EXPECT_TRUE(std::isnan(one[bad]));
+        EXPECT_EQ(oxc_rendering_indices(spectra.data(), 20, one.data(), filters.data()), code);
+        EXPECT_EQ(filters[bad], -1);
+    };
+    for (const std::size_t bad : {std::size_t{0}, std::size_t{7}, std::size_t{8}, std::size_t{19}})
+        for (const std::size_t band : {std::size_t{0}, std::size_t{19}, std::size_t{35}})
+            for (const float value : {noNumber, infinity, -infinity}) {
+                SCOPED_TRACE(testing::Message() << bad << " " << band << " " << value);
+                const float kept = std::exchange(spectra[bad * OXC_BANDS + band], value);
+                expect(bad, OX_InvalidParameter, "not a finite number", true);
+                spectra[bad * OXC_BANDS + band] = kept;
+            }
+    std::fill_n(&spectra[5 * OXC_BANDS], OXC_BANDS, 3e38F); // overflows
+    expect(5, OX_CalculationFailed, "no result", false);
+    spectra[3 * OXC_BANDS] = noNumber; // the first row that fails gives the code
+    EXPECT_EQ(oxc_colors(c.get(), spectra.data(), 20, colors.data()), OX_InvalidParameter);
+    EXPECT_STREQ(oxc_error(), "row 3: not a finite number");
+
+    spectra = RandomSpectra(20, 71); // the first row is black
+    EXPECT_EQ(oxc_densities(c.get(), spectra.data(), 20, densities.data()), OX_CalculationFailed);
+    EXPECT_STREQ(oxc_error(), "row 0: no reflectance in a channel");
+}
+
+TEST(Arrays, AreThereAndApart)
+{
+    const Conditions c(oxc_conditions_new());
+    auto data = RandomSpectra(4, 81);
+    float* const a = data.data();
+    std::vector<std::int32_t> numbers(4);
+    const auto huge = std::numeric_limits<std::size_t>::max() / 2;
+    EXPECT_EQ(oxc_colors(nullptr, a, 1, a + 100), OX_InvalidParameter);
+    EXPECT_EQ(oxc_colors(c.get(), nullptr, 1, a), OX_InvalidParameter);
+    EXPECT_EQ(oxc_colors(c.get(), a, 1, nullptr), OX_InvalidParameter);
+    EXPECT_EQ(oxc_colors(c.get(), nullptr, 0, nullptr), OX_NoError);
+    EXPECT_EQ(oxc_colors(c.get(), a, huge, a + 100), OX_InvalidParameter);
+    const auto before = data;
+    EXPECT_EQ(oxc_colors(c.get(), a, 2, a), OX_InvalidParameter);
+    EXPECT_EQ(oxc_colors(c.get(), a, 2, a + 71), OX_InvalidParameter);
+    EXPECT_STREQ(oxc_error(), "arrays overlap");
+    EXPECT_EQ(oxc_colors(c.get(), a + 2, 2, a), OX_InvalidParameter);
+    EXPECT_EQ(data, before);
+    EXPECT_EQ(oxc_colors(c.get(), a, 2, a + 72), OX_NoError);
+    EXPECT_EQ(oxc_convert(c.get(), "CIEXYZ", a, 2, "CIELab", a + 3), OX_InvalidParameter);
+    EXPECT_EQ(oxc_convert(c.get(), "XYZ", a, 2, "CIELab", a), OX_InvalidParameter);
+    EXPECT_EQ(oxc_convert(c.get(), nullptr, a, 2, "CIELab", a), OX_InvalidParameter);
+    EXPECT_EQ(oxc_differences(c.get(), a, a, 2, 0, 0, 0, a + 6), OX_NoError);
+    EXPECT_EQ(oxc_differences(c.get(), a, a, 2, 0, 0, 0, a), OX_InvalidParameter);
+    EXPECT_EQ(oxc_temperatures(a, 1, nullptr), OX_InvalidParameter);
+    EXPECT_EQ(oxc_rendering_indices(a, 1, a + 40, nullptr), OX_InvalidParameter);
+    EXPECT_EQ(oxc_density(c.get(), a + 36, 1, a, nullptr), OX_NoError);
+    EXPECT_EQ(oxc_set(c.get(), spaceKey.c_str(), "CMYK"), OX_NoError);
+    EXPECT_EQ(oxc_colors(c.get(), a, 1, a + 100), OX_NotSupported);
+}
+
+// Values on a grid from a function of the wavelength.
+template<typename Function>
+std::vector<float> Sample(std::size_t points, double first, double step, Function function)
+{
+    std::vector<float> values;
+    for (std::size_t i = 0; i < points; ++i)
+        values.push_back(static_cast<float>(function(first + step * static_cast<double>(i))));
+    return values;
+}
+
+TEST(Resample, KeepsConstantsAndStraightLines)
+{
+    const struct {
+        std::size_t points;
+        double first, step;
+    } grids[] = {{351, 380, 1},    {471, 360, 1}, {176, 380, 2},   {71, 380, 5},      {36, 380, 10},   {19, 380, 20},
+                 {18, 385, 20},    {31, 400, 10}, {301, 400, 1},   {107, 382.7, 3.3}, {40, 371, 9.99}, {16, 380, 25},
+                 {3501, 380, 0.1}, {37, 375, 10}, {4, 300, 150.5}, {95, 380.5, 3.5},  {33, 390, 10}};
+    for (const auto& grid : grids) {
+        SCOPED_TRACE(testing::Message() << grid.points << " from " << grid.first << " by " << grid.step);
+        const double last = grid.first + static_cast<double>(grid.points - 1) * grid.step;
+        const auto constant = Sample(grid.points, grid.first, grid.step, [](double) { return 0.3; });
+        // Whole in single precision, so that the line is one.
+        const auto line = Sample(grid.points, grid.first, grid.step, [](double x) { return x / 1024; });
+        float spectrum[OXC_BANDS];
+        ASSERT_EQ(oxc_resample(constant.data(), grid.points, grid.first, grid.step, 1, spectrum), OX_NoError);
+        for (const float value : spectrum)
+            EXPECT_EQ(value, 0.3F);
+        ASSERT_EQ(oxc_resample(line.data(), grid.points, grid.first, grid.step, 1, spectrum), OX_NoError);
+        for (int i = 0; i < OXC_BANDS; ++i) {
+            const auto expected = static_cast<float>(std::clamp(380.0 + 10 * i, grid.first, last) / 1024);
+            EXPECT_LE(std::abs(spectrum[i] - expected), std::nextafter(expected, 2.0F) - expected) << i;
+        }
+    }
+}
+
+TEST(Resample, AveragesUnderATriangleAndInterpolatesBySprague)
+{
+    float spectrum[OXC_BANDS];
+    // A line of 1 nm at 550 nm: the triangle's share of 1/10 there, none 10 nm away.
+    auto fine = Sample(351, 380, 1, [](double x) { return x == 550 ? 1.0 : x == 603 ? 0.5 : 0.0; });
+    ASSERT_EQ(oxc_resample(fine.data(), 351, 380, 1, 1, spectrum), OX_NoError);
+    EXPECT_FLOAT_EQ(spectrum[17], 0.1F);
+    EXPECT_EQ(spectrum[16], 0.0F);
+    EXPECT_FLOAT_EQ(spectrum[22], 0.5F * 0.07F);
+    EXPECT_FLOAT_EQ(spectrum[23], 0.5F * 0.03F);
+    fine = Sample(71, 380, 5, [](double x) { return x == 555 ? 1.0 : 0.0; });
+    ASSERT_EQ(oxc_resample(fine.data(), 71, 380, 5, 1, spectrum), OX_NoError);
+    EXPECT_FLOAT_EQ(spectrum[17], 0.25F); // 1/4, 1/2, 1/4
+
+    // The polynomial of the fifth degree in the middle of six points: 3, -25, 150, 150, -25, 3 over 256.
+    const double shares[] = {3, -25, 150, 150, -25, 3};
+    for (std::size_t point = 0; point < 6; ++point) {
+        const auto coarse = Sample(19, 380, 20, [&](double x) { return x == 500 + 20.0 * static_cast<double>(point); });
+        ASSERT_EQ(oxc_resample(coarse.data(), 19, 380, 20, 1, spectrum), OX_NoError);
+        EXPECT_FLOAT_EQ(spectrum[17], static_cast<float>(shares[point] / 256)) << point; // 550 nm
+        EXPECT_EQ(spectrum[16], point == 2 ? 1.0F : 0.0F);                               // 540 nm is a point
+    }
+    // A parabola stays one at the ends.
+    const auto square = [](double x) { return (x - 500) * (x - 500) / 65536; };
+    const auto coarse = Sample(19, 380, 20, square);
+    ASSERT_EQ(oxc_resample(coarse.data(), 19, 380, 20, 1, spectrum), OX_NoError);
+    for (int i = 0; i < OXC_BANDS - 1; ++i)
+        EXPECT_NEAR(spectrum[i], square(380 + 10 * i), 1e-6) << i;
+    // On the grid itself nothing changes.
+    const auto own = RandomSpectra(3, 91);
+    std::vector<float> same(own.size());
+    ASSERT_EQ(oxc_resample(own.data(), 36, 380, 10, 3, same.data()), OX_NoError);
+    EXPECT_EQ(same, own);
+}
+
+TEST(Resample, RefusesGridsThatDoNotDo)
+{
+    std::vector<float> values(400, 0.5F), spectrum(2 * OXC_BANDS);
+    const struct {
+        std::size_t points;
+        double first, step;
+    } grids[] = {{36, 380, 0}, {36, 380, -10},     {3, 380, 170},       {31, 401, 10},      {30, 400, 10},
+                 {0, 380, 10}, {36, noNumber, 10}, {36, 380, noNumber}, {36, 380, infinity}};
+    for (const auto& grid : grids)
+        EXPECT_EQ(oxc_resample(values.data(), grid.points, grid.first, grid.step, 1, spectrum.data()),
+                  OX_InvalidParameter)
+            << grid.points << " " << grid.first << " " << grid.step;
+    values[40] = noNumber;
+    EXPECT_EQ(oxc_resample(values.data(), 36, 380, 10, 2, spectrum.data()), OX_InvalidParameter);
+    EXPECT_STREQ(oxc_error(), "row 1: not a finite number");
+    EXPECT_EQ(spectrum[3], 0.5F);
+    EXPECT_TRUE(std::isnan(spectrum[OXC_BANDS]));
+    EXPECT_EQ(oxc_resample(nullptr, 36, 380, 10, 1, spectrum.data()), OX_InvalidParameter);
 }
 
 }
