@@ -1,5 +1,6 @@
 #include "Vondrel/ColorC/Call.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstdio>
 
@@ -61,11 +62,11 @@ void CheckArrays(std::size_t count, std::initializer_list<Array> inputs, std::in
 
 bool AllFinite(const float* values, std::size_t count) noexcept
 {
-    constexpr std::uint32_t exponent = 0x7f800000;
-    unsigned special = 0;
+    constexpr std::int32_t exponent = 0x7f800000;
+    std::int32_t greatest = 0; // of the bits without their sign: the order of integers is that of floats
     for (std::size_t i = 0; i < count; ++i)
-        special |= (std::bit_cast<std::uint32_t>(values[i]) & exponent) == exponent;
-    return special == 0;
+        greatest = std::max(greatest, std::bit_cast<std::int32_t>(values[i]) & 0x7fffffff);
+    return greatest < exponent;
 }
 
 }

@@ -1,7 +1,7 @@
 // The calls that give colours.
 #include "Vondrel/CMetry/Internals/ConditionNames.h"
 #include "Vondrel/CMetry/Internals/Lab2Spec.h"
-#include "Vondrel/ColorC/Basis.h"
+#include "Vondrel/ColorC/Blocks.h"
 
 #include <algorithm>
 #include <string_view>
@@ -11,18 +11,19 @@ using namespace Vondrel::ColorC;
 
 namespace {
 
-// Stores a colour, or marks a row without one.
-void Store(const Color& color, const float* from, std::size_t fromSize, std::size_t row, float* to, Rows& rows)
+// Marks the rows whose colour is none.
+void CheckColors(float* colors, std::size_t count, const float* from, std::size_t fromSize, std::size_t firstRow,
+                 Rows& rows)
 {
-    if (AllFinite(color.data(), color.size()) && AllFinite(from, fromSize)) {
-        std::copy(color.begin(), color.end(), to);
+    if (AllFinite(colors, count * 3))
         return;
+    for (std::size_t row = 0; row < count; ++row) {
+        if (AllFinite(colors + row * 3, 3))
+            continue;
+        const bool finite = AllFinite(from + row * fromSize, fromSize);
+        rows.Fail(firstRow + row, finite ? OX_CalculationFailed : OX_InvalidParameter, finite ? noResult : notFinite);
+        std::fill_n(colors + row * 3, 3, noNumber);
     }
-    if (AllFinite(from, fromSize))
-        rows.Fail(row, OX_CalculationFailed, noResult);
-    else
-        rows.Fail(row, OX_InvalidParameter, notFinite);
-    std::fill_n(to, color.size(), noNumber);
 }
 
 ColorSpace ReadSpace(const char* text)
@@ -93,6 +94,46 @@ ConversionRow FindConversion(ColorSpace from, ColorSpace to)
     throw Refusal{OX_NotSupported, "no conversion between these colour spaces"};
 }
 
+// The chromaticity of a black is that of the paper, where the white base is one; for the rest only weights count.
+ColorBasis GetConversionBasis(const oxc_conditions& conditions, const ConversionRow& conversion)
+{
+    static const Weightfactors none{VDIllumination(IlluminationTYPE::Emission), Observer::TwoDegree, nullptr};
+    const bool onPaper = conversion.to == ColorSpace::CIExyY && conversion.from != conversion.to
+        && conditions.values.GetWhiteBase() == WhiteBase::Paper;
+    if (onPaper && !conditions.paper)
+        throw Refusal{OX_NoSubstrate, noPaper};
+    return {conditions.weights ? *conditions.weights : none, onPaper ? conditions.paper->data() : nullptr};
+}
+
+// RGB has a number for everything: what came from no number is none.
+void HideColorsOfNoNumbers(const float* from, std::size_t rows, float* colors, std::size_t fromSize = OXC_BANDS)
+{
+    for (std::size_t row = 0; row < rows; ++row)
+        if (!AllFinite(from + row * fromSize, fromSize))
+            colors[row * 3] = noNumber;
+}
+
+// The loop for many rows, where there is one.
+auto FindKernel(const ConversionRow& conversion) -> decltype(Road::toLab)
+{
+    if (conversion.from == ColorSpace::CIEXYZ && conversion.to == ColorSpace::CIELab)
+        return CurrentRoad().toLab;
+    if (conversion.from == ColorSpace::CIELab && conversion.to == ColorSpace::CIEXYZ)
+        return CurrentRoad().fromLab;
+    return nullptr;
+}
+
+void Convert(const ColorBasis& basis, const ConversionRow& conversion, const float* source, std::size_t rows,
+             float* target)
+{
+    for (std::size_t row = 0; row < rows; ++row) {
+        const Color color = conversion.convert(basis, {source[row * 3], source[row * 3 + 1], source[row * 3 + 2]});
+        std::copy(color.begin(), color.end(), target + row * 3);
+    }
+    if (conversion.to == ColorSpace::RGB)
+        HideColorsOfNoNumbers(source, rows, target, 3);
+}
+
 }
 
 extern "C" {
@@ -105,11 +146,14 @@ int32_t oxc_colors(const oxc_conditions* conditions, const float* spectra, size_
         const ColorBasis basis = GetBasis(conditions, space.needs);
         CheckArrays(count, {{spectra, OXC_BANDS}}, {{colors, 3}});
         Rows rows;
-        for (std::size_t row = 0; row < count; ++row) {
-            const float* const spectrum = spectra + row * OXC_BANDS;
-            Store(space.fromXYZ(basis, Formulas::SpectrumToXYZ(basis, spectrum)), spectrum, OXC_BANDS, row,
-                  colors + row * 3, rows);
-        }
+        ForBlocks(count, [&](std::size_t first, std::size_t size) {
+            const float* const from = spectra + first * OXC_BANDS;
+            float* const to = colors + first * 3;
+            GetColors(*conditions, basis, space, from, size, to);
+            if (space.space == ColorSpace::RGB)
+                HideColorsOfNoNumbers(from, size, to);
+            CheckColors(to, size, from, OXC_BANDS, first, rows);
+        });
         return rows.Result();
     });
 }
@@ -121,18 +165,24 @@ int32_t oxc_convert(const oxc_conditions* conditions, const char* from, const fl
         const ConversionRow conversion = FindConversion(ReadSpace(from), ReadSpace(to));
         Require(conditions, conversion.needs);
         CheckArrays(count, {{colors, 3}}, {{converted, 3}});
-        static const Weightfactors none{VDIllumination(IlluminationTYPE::Emission), Observer::TwoDegree, nullptr};
-        const bool onPaper = conversion.to == ColorSpace::CIExyY && conversion.from != conversion.to
-            && conditions->values.GetWhiteBase() == WhiteBase::Paper; // the chromaticity of a black
-        if (onPaper && !conditions->paper)
-            throw Refusal{OX_NoSubstrate, noPaper};
-        const ColorBasis basis{conditions->weights ? *conditions->weights : none,
-                               onPaper ? conditions->paper->data() : nullptr};
+        const ColorBasis basis = GetConversionBasis(*conditions, conversion);
         Rows rows;
-        for (std::size_t row = 0; row < count; ++row) {
-            const Color color{colors[row * 3], colors[row * 3 + 1], colors[row * 3 + 2]};
-            Store(conversion.convert(basis, color), color.data(), color.size(), row, converted + row * 3, rows);
-        }
+        const auto kernel = FindKernel(conversion);
+        ForBlocks(count, [&](std::size_t first, std::size_t size) {
+            const float* const source = colors + first * 3;
+            float* const target = converted + first * 3;
+            if (size >= fewestRows && kernel != nullptr) {
+                Block block;
+                ReadBlock(source, size, block);
+                kernel(conditions->kernelWeights, block);
+                if (AllFinite(block[0], sizeof block / sizeof(float)))
+                    return WriteBlock(block, size, target);
+            }
+            float copy[blockRows * 3]; // the caller's may be the target
+            std::copy_n(source, size * 3, copy);
+            Convert(basis, conversion, copy, size, target);
+            CheckColors(target, size, copy, 3, first, rows);
+        });
         return rows.Result();
     });
 }

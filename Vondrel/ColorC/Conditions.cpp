@@ -3,7 +3,10 @@
 #include "Vondrel/CMetry/CMetryException.h"
 #include "Vondrel/CMetry/MeasureConditionTranslator.h"
 
+#include <cmath>
+
 using namespace Vondrel::CMetry;
+using Vondrel::ColorC::KernelWeights;
 
 namespace {
 
@@ -17,6 +20,35 @@ std::optional<Weightfactors> MakeWeights(const VDMeasureConditions& conditions, 
         whyNot = e.what();
         return {};
     }
+}
+
+constexpr std::array<float, OXC_BANDS> zeros{};
+
+KernelWeights MakeKernelWeights(const std::array<const float*, 3>& axes)
+{
+    constexpr float least = 0x1p-40F;
+    KernelWeights made;
+    made.checkable = true;
+    for (std::size_t band = 0; band < KernelWeights::bands; ++band)
+        if (axes[2][band] != 0.0F)
+            made.lastZ = band + 1;
+    for (std::size_t band = 0; band < KernelWeights::bands; ++band)
+        for (std::size_t axis = 0; axis < axes.size(); ++axis) {
+            const float weight = axes[axis][band];
+            made.single[band][axis] = weight;
+            made.wide[band][axis] = weight;
+            const bool counts = axis < 2 || band < made.lastZ;
+            made.checkable = made.checkable && (!counts || (std::abs(weight) >= least && std::isfinite(weight)));
+        }
+    return made;
+}
+
+KernelWeights MakeKernelWeights(const Weightfactors& weights)
+{
+    KernelWeights made = MakeKernelWeights({weights[0], weights[1], weights[2]});
+    for (std::size_t axis = 0; axis < 3; ++axis)
+        made.white[axis] = weights.GetFilterSum(axis);
+    return made;
 }
 
 }
@@ -61,6 +93,8 @@ void oxc_conditions::Renew(const VDMeasureConditions& changed, const Spectrum* n
         weights = MakeWeights(changed, newIlluminant == nullptr ? nullptr : newIlluminant->data(), why);
         if (newIlluminant != nullptr)
             illuminant = *newIlluminant;
+        if (weights)
+            kernelWeights = MakeKernelWeights(*weights);
         whyNoWeights.swap(why);
         illumination.swap(text);
     }
@@ -78,6 +112,8 @@ void oxc_conditions::RenewDensities()
     curves.emplace();
     for (std::size_t channel = 0; channel < curves->size(); ++channel)
         (*curves)[channel] = densityCurves[number][channel].data();
+    colorCurves = MakeKernelWeights({(*curves)[1], (*curves)[2], (*curves)[3]});
+    blackCurve = MakeKernelWeights({(*curves)[0], zeros.data(), zeros.data()});
     if (paper)
         paperDensities = Formulas::GetDensities(*curves, paper->data());
 }

@@ -4,6 +4,7 @@
 #include "Vondrel/CMetry/Internals/DensityFormulas.h"
 #include "Vondrel/CMetry/Internals/Weightfactors.h"
 #include "Vondrel/CMetry/VDMeasureConditions.h"
+#include "Vondrel/ColorC/Kernels.h"
 #include "orvex/color.h"
 
 #include <array>
@@ -30,6 +31,9 @@ struct oxc_conditions {
     std::string whyNoWeights;
     std::optional<Vondrel::CMetry::ResponseCurves> curves; ///< of the density standard
     Vondrel::CMetry::FourDensities paperDensities{};       ///< 0 without a paper
+
+    // The same for the kernels: weights; curves of cyan, magenta, yellow; curve of black.
+    Vondrel::ColorC::KernelWeights kernelWeights, colorCurves, blackCurve;
 
 private:
     void Renew(const Vondrel::CMetry::VDMeasureConditions& changed, const Spectrum* newIlluminant = nullptr);

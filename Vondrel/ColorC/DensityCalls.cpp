@@ -1,6 +1,5 @@
 // The calls that give densities.
-#include "Vondrel/ColorC/Call.h"
-#include "Vondrel/ColorC/Conditions.h"
+#include "Vondrel/ColorC/Blocks.h"
 
 #include <algorithm>
 
@@ -25,15 +24,33 @@ const oxc_conditions& CheckConditions(const oxc_conditions* conditions)
     return *conditions;
 }
 
-FourDensities GetDensities(const oxc_conditions& conditions, const float* spectrum)
+// From the responses of the four channels.
+FourDensities GetDensities(const oxc_conditions& conditions, const FourDensities& responses)
 {
-    FourDensities densities = Formulas::GetDensities(*conditions.curves, spectrum);
+    FourDensities densities = Formulas::ToDensities(responses);
     for (std::size_t channel = 0; channel < densities.size(); ++channel) {
         if (IsPaperRelative(conditions))
             densities[channel] -= conditions.paperDensities[channel];
         densities[channel] += 0.0F; // no calibration, whose offset of 0 takes the sign of a -0
     }
     return densities;
+}
+
+// Of at most sixteen rows.
+void GetDensities(const oxc_conditions& conditions, const float* spectra, std::size_t rows, FourDensities* densities)
+{
+    if (rows < fewestRows) {
+        for (std::size_t row = 0; row < rows; ++row)
+            densities[row] = GetDensities(conditions, Formulas::Respond(*conditions.curves, spectra + row * OXC_BANDS));
+        return;
+    }
+    SpectraBlock block;
+    const float* const sixteen = block.Get(spectra, rows, nullptr);
+    Block colors, black;
+    CurrentRoad().weigh(conditions.colorCurves, sixteen, colors);
+    CurrentRoad().weigh(conditions.blackCurve, sixteen, black);
+    for (std::size_t row = 0; row < rows; ++row)
+        densities[row] = GetDensities(conditions, {black[0][row], colors[0][row], colors[1][row], colors[2][row]});
 }
 
 float GetMaximum(const oxc_conditions& conditions, const float* spectrum)
@@ -66,13 +83,16 @@ int32_t oxc_densities(const oxc_conditions* conditions, const float* spectra, si
         const oxc_conditions& checked = CheckConditions(conditions);
         CheckArrays(count, {{spectra, OXC_BANDS}}, {{densities, densityChannels}});
         Rows rows;
-        for (std::size_t row = 0; row < count; ++row) {
-            const float* const spectrum = spectra + row * OXC_BANDS;
-            FourDensities four = GetDensities(checked, spectrum);
-            if (!Check(four.data(), four.size(), spectrum, row, rows))
-                four.fill(noNumber);
-            std::copy(four.begin(), four.end(), densities + row * densityChannels);
-        }
+        ForBlocks(count, [&](std::size_t first, std::size_t size) {
+            FourDensities found[blockRows];
+            GetDensities(checked, spectra + first * OXC_BANDS, size, found);
+            for (std::size_t i = 0; i < size; ++i) {
+                const std::size_t row = first + i;
+                if (!Check(found[i].data(), found[i].size(), spectra + row * OXC_BANDS, row, rows))
+                    found[i].fill(noNumber);
+                std::copy(found[i].begin(), found[i].end(), densities + row * densityChannels);
+            }
+        });
         return rows.Result();
     });
 }
@@ -91,7 +111,7 @@ int32_t oxc_density(const oxc_conditions* conditions, const float* spectra, size
         Rows rows;
         for (std::size_t row = 0; row < count; ++row) {
             const float* const spectrum = spectra + row * OXC_BANDS;
-            const FourDensities four = GetDensities(checked, spectrum);
+            const FourDensities four = GetDensities(checked, Formulas::Respond(*checked.curves, spectrum));
             const auto channel = static_cast<std::int32_t>(automatic ? Formulas::SelectChannel(four) : mode);
             const float density = mode == DensityFilterMode::Max ? GetMaximum(checked, spectrum)
                                                                  : four[static_cast<std::size_t>(channel)];

@@ -1,6 +1,6 @@
 // The calls that compare colours.
 #include "Vondrel/CMetry/Internals/DifferenceFormulas.h"
-#include "Vondrel/ColorC/Basis.h"
+#include "Vondrel/ColorC/Blocks.h"
 
 #include <cmath>
 
@@ -74,12 +74,12 @@ const FormulaRow& FindFormula(const oxc_conditions* conditions)
 void Store(float value, const float* reference, const float* sample, std::size_t size, std::size_t row, float* to,
            Rows& rows)
 {
-    const bool finite = AllFinite(reference, size) && AllFinite(sample, size);
-    to[row] = finite && std::isfinite(value) ? value : noNumber;
-    if (!finite)
-        rows.Fail(row, OX_InvalidParameter, notFinite);
-    else if (!std::isfinite(value))
-        rows.Fail(row, OX_CalculationFailed, noResult);
+    to[row] = value;
+    if (std::isfinite(value))
+        return;
+    const bool finite = AllFinite(reference + row * size, size) && AllFinite(sample + row * size, size);
+    rows.Fail(row, finite ? OX_CalculationFailed : OX_InvalidParameter, finite ? noResult : notFinite);
+    to[row] = noNumber;
 }
 
 float GetMetamery(const ColorBasis& basis, const ColorBasis& test, const float* reference, const float* sample)
@@ -108,11 +108,10 @@ int32_t oxc_differences(const oxc_conditions* conditions, const float* reference
         CheckArrays(count, {{reference_lab, 3}, {sample_lab, 3}}, {{differences, 1}});
         Rows rows;
         for (std::size_t row = 0; row < count; ++row) {
-            const float* const reference = reference_lab + row * 3;
-            const float* const sample = sample_lab + row * 3;
-            Store(formula.difference({reference[0], reference[1], reference[2]}, {sample[0], sample[1], sample[2]},
-                                     parameters),
-                  reference, sample, 3, row, differences, rows);
+            const float* const lab1 = reference_lab + row * 3;
+            const float* const lab2 = sample_lab + row * 3;
+            Store(formula.difference({lab1[0], lab1[1], lab1[2]}, {lab2[0], lab2[1], lab2[2]}, parameters),
+                  reference_lab, sample_lab, 3, row, differences, rows);
         }
         return rows.Result();
     });
@@ -127,16 +126,15 @@ int32_t oxc_spectral_differences(const oxc_conditions* conditions, const float* 
         const Parameters parameters = ReadParameters(formula.formula, p1, p2, p3);
         const ColorBasis basis = GetBasis(conditions, space.needs);
         CheckArrays(count, {{reference, OXC_BANDS}, {sample, OXC_BANDS}}, {{differences, 1}});
-        const auto color = [&](const float* spectrum) {
-            return space.fromXYZ(basis, Formulas::SpectrumToXYZ(basis, spectrum));
-        };
         Rows rows;
-        for (std::size_t row = 0; row < count; ++row) {
-            const float* const spectrum1 = reference + row * OXC_BANDS;
-            const float* const spectrum2 = sample + row * OXC_BANDS;
-            Store(formula.difference(color(spectrum1), color(spectrum2), parameters), spectrum1, spectrum2, OXC_BANDS,
-                  row, differences, rows);
-        }
+        ForBlocks(count, [&](std::size_t first, std::size_t size) {
+            Color colors1[blockRows], colors2[blockRows];
+            GetColors(*conditions, basis, space, reference + first * OXC_BANDS, size, colors1[0].data());
+            GetColors(*conditions, basis, space, sample + first * OXC_BANDS, size, colors2[0].data());
+            for (std::size_t i = 0; i < size; ++i)
+                Store(formula.difference(colors1[i], colors2[i], parameters), reference, sample, OXC_BANDS, first + i,
+                      differences, rows);
+        });
         return rows.Result();
     });
 }
@@ -156,8 +154,8 @@ int32_t oxc_metamerism(const oxc_conditions* conditions, const oxc_conditions* t
         for (std::size_t row = 0; row < count; ++row) {
             const float* const spectrum1 = reference + row * OXC_BANDS;
             const float* const spectrum2 = sample + row * OXC_BANDS;
-            Store(GetMetamery(basis, {weights, basis.paper}, spectrum1, spectrum2), spectrum1, spectrum2, OXC_BANDS,
-                  row, indices, rows);
+            Store(GetMetamery(basis, {weights, basis.paper}, spectrum1, spectrum2), reference, sample, OXC_BANDS, row,
+                  indices, rows);
         }
         return rows.Result();
     });

@@ -4,6 +4,8 @@
 #include "Vondrel/CMetry/CMetryService.h"
 #include "Vondrel/CMetry/DensityService.h"
 #include "Vondrel/CMetry/Internals/CMetryCalculator.h"
+#include "Vondrel/CMetry/Internals/LabFormulas.h"
+#include "Vondrel/ColorC/Kernels.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -184,7 +186,30 @@ TEST(Conditions, TakeNoIlluminantAndNoPaperThatMakesNoSense)
     EXPECT_EQ(oxc_colors(c.get(), &white[OXC_BANDS], 1, color), OX_NoError);
 }
 
-TEST(Colors, AreThoseOfTheMeasuringCallsToTheBit)
+// Every loop that this processor can go, one after the other.
+class EveryRoad : public testing::TestWithParam<const Vondrel::ColorC::Road*> {
+protected:
+    EveryRoad()
+    {
+        Vondrel::ColorC::ForceRoad(GetParam());
+        EXPECT_EQ(&Vondrel::ColorC::CurrentRoad(), GetParam());
+    }
+    ~EveryRoad() override { Vondrel::ColorC::ForceRoad(nullptr); }
+};
+
+std::vector<const Vondrel::ColorC::Road*> Roads()
+{
+    std::vector<const Vondrel::ColorC::Road*> roads;
+    for (std::size_t i = 0; Vondrel::ColorC::RoadAt(i) != nullptr; ++i)
+        if (Vondrel::ColorC::CanGo(*Vondrel::ColorC::RoadAt(i)))
+            roads.push_back(Vondrel::ColorC::RoadAt(i));
+    return roads;
+}
+
+INSTANTIATE_TEST_SUITE_P(Processor, EveryRoad, testing::ValuesIn(Roads()),
+                         [](const auto& road) { return std::string(road.param->name); });
+
+TEST_P(EveryRoad, GivesTheColorsOfTheMeasuringCallsToTheBit)
 {
     Both both;
     for (const auto& illumination : Values(illuminationKey))
@@ -206,7 +231,7 @@ TEST(Colors, AreThoseOfTheMeasuringCallsToTheBit)
             }
 }
 
-TEST(Colors, AreTheSameAloneAndAmongOthers)
+TEST_P(EveryRoad, GivesTheSameColorsAloneAndAmongOthers)
 {
     Both both;
     for (const char* space : {"CIEXYZ", "CIELab", "CIELCh"}) {
@@ -217,7 +242,7 @@ TEST(Colors, AreTheSameAloneAndAmongOthers)
     }
 }
 
-TEST(Colors, OnPaperAndByOtherLights)
+TEST_P(EveryRoad, GivesColorsOnPaperAndByOtherLights)
 {
     Both both;
     const auto spectra = RandomSpectra(12, 3);
@@ -239,7 +264,7 @@ TEST(Colors, OnPaperAndByOtherLights)
     BaseCalculator::SetPaperWhitePointer({});
 }
 
-TEST(Colors, ConvertAsTheEngineDoes)
+TEST_P(EveryRoad, ConvertsAsTheEngineDoes)
 {
     Both both;
     const auto spectra = RandomSpectra(20, 4);
@@ -348,7 +373,7 @@ float Density(const Both& both, const float* spectrum, const std::string& mode)
     return DensityService::GetDensity(VDSpectrum(spectrum), conditions);
 }
 
-TEST(Densities, AreThoseOfTheMeasuringCallsToTheBit)
+TEST_P(EveryRoad, GivesTheDensitiesOfTheMeasuringCallsToTheBit)
 {
     Both both;
     auto spectra = RandomSpectra(60, 41);
@@ -428,8 +453,114 @@ TEST(SpectraOfLab, HaveTheirLab)
         EXPECT_LT(difference, 0.1F);
 }
 
+// Spectra that come close to the limits of the fused steps: small and large, negative, with few bits, with zeros.
+TEST_P(EveryRoad, GivesTheSameBitsAtItsLimits)
+{
+    Both both;
+    auto spectra = RandomSpectra(64, 100);
+    std::mt19937 random(7);
+    std::uniform_int_distribution<int> exponent(-148, 60), bits(0, 255), what(0, 5);
+    for (std::size_t i = OXC_BANDS; i < spectra.size(); ++i) {
+        const int kind = static_cast<int>(i / OXC_BANDS) % 6;
+        if (kind == 1)
+            spectra[i] = std::ldexp(spectra[i], exponent(random));
+        else if (kind == 2)
+            spectra[i] = static_cast<float>(bits(random)) / 256;
+        else if (kind == 3 && what(random) == 0)
+            spectra[i] = -spectra[i];
+        else if (kind == 4 && what(random) == 0)
+            spectra[i] = 0.0F;
+        else if (kind == 5)
+            spectra[i] = std::ldexp(spectra[i], -44);
+    }
+    for (const char* illumination : {"D50", "F11", "Emission"})
+        for (const char* space : {"CIEXYZ", "CIELab"}) {
+            both.Set(illuminationKey, illumination);
+            both.Set(spaceKey, space);
+            ExpectColors(both, spectra, 64);
+        }
+}
+
+// A weight and a value whose product lies a hair above (or below) 2^-24, the middle between 1 and the next float.
+std::pair<float, float> NearlyTheMiddle(bool above)
+{
+    constexpr std::int64_t middle = std::int64_t{1} << 47, hair = std::int64_t{1} << 16;
+    for (std::int64_t a = (1 << 23) + 12345;; ++a) {
+        const std::int64_t b = middle / a + (above ? 1 : 0);
+        const std::int64_t rest = a * b - middle;
+        if (rest != 0 && std::abs(rest) <= hair)
+            return {std::ldexp(static_cast<float>(a), -35), std::ldexp(static_cast<float>(b), -36)};
+    }
+}
+
+// One rounding instead of two differs once in some hundred million steps; here it always would.
+TEST_P(EveryRoad, RoundsTwiceAsTheEngineDoes)
+{
+    for (const bool above : {true, false}) {
+        const auto [weight, value] = NearlyTheMiddle(above);
+        const float begin = above ? 1.0F : 1.0F + 0x1p-23F;
+        const auto step = [](float w, float v, float sum) {
+            return static_cast<float>(static_cast<double>(w) * v + static_cast<double>(sum));
+        };
+        ASSERT_NE(std::fma(weight, value, begin), step(weight, value, begin));
+        float first = 1.2345678F;
+        while (step(first, begin / first, 0.0F) != begin)
+            first = std::nextafter(first, 2.0F);
+
+        Vondrel::ColorC::KernelWeights weights;
+        weights.lastZ = OXC_BANDS;
+        weights.checkable = true;
+        for (std::size_t band = 0; band < OXC_BANDS; ++band)
+            for (std::size_t axis = 0; axis < 3; ++axis) {
+                weights.single[band][axis] = band == 0 ? first : band == 1 + axis ? weight : 0x1.2345p-30F;
+                weights.wide[band][axis] = weights.single[band][axis];
+            }
+        std::vector<float> spectra(Vondrel::ColorC::blockRows * OXC_BANDS, 0x1.6789p-30F);
+        for (std::size_t row = 0; row < Vondrel::ColorC::blockRows; ++row) {
+            spectra[row * OXC_BANDS] = begin / first; // comes to the begin, but not exactly
+            if (row % 4 == 0)                         // and others where nothing special happens
+                std::fill_n(&spectra[row * OXC_BANDS + 1], 3, value);
+        }
+        Vondrel::ColorC::Block xyz;
+        GetParam()->weigh(weights, spectra.data(), xyz);
+        for (std::size_t row = 0; row < Vondrel::ColorC::blockRows; ++row)
+            for (std::size_t axis = 0; axis < 3; ++axis) {
+                float sum = 0.0F;
+                for (std::size_t band = 0; band < OXC_BANDS; ++band)
+                    sum = step(weights.single[band][axis], spectra[row * OXC_BANDS + band], sum);
+                EXPECT_TRUE(SameBits(xyz[axis][row], sum)) << row << " " << axis;
+            }
+    }
+}
+
+// The lightness function in single precision, over all kinds of ratios.
+TEST_P(EveryRoad, TakesCubeRootsAsTheEngineDoes)
+{
+    Vondrel::ColorC::KernelWeights weights;
+    weights.white[0] = weights.white[1] = weights.white[2] = 1.0;
+    std::uint32_t bits = std::bit_cast<std::uint32_t>(0.0001F);
+    while (bits < 0x7f800000) {
+        Vondrel::ColorC::Block colors;
+        for (std::size_t i = 0; i < 3 * Vondrel::ColorC::blockRows; ++i, bits += 997)
+            colors[i / Vondrel::ColorC::blockRows][i % Vondrel::ColorC::blockRows] =
+                std::bit_cast<float>(std::min<std::uint32_t>(bits, 0x7f7fffff));
+        Vondrel::ColorC::Block labs;
+        std::copy_n(&colors[0][0], 3 * Vondrel::ColorC::blockRows, &labs[0][0]);
+        GetParam()->toLab(weights, labs);
+        for (std::size_t row = 0; row < Vondrel::ColorC::blockRows; ++row) {
+            double f[3];
+            for (std::size_t axis = 0; axis < 3; ++axis)
+                f[axis] = LabFunction(colors[axis][row], 7.787F, 0.13793103F);
+            const float expected[] = {std::max(0.0F, static_cast<float>(116 * f[1] - 16)),
+                                      static_cast<float>((f[0] - f[1]) * 500), static_cast<float>((f[1] - f[2]) * 200)};
+            for (std::size_t axis = 0; axis < 3; ++axis)
+                ASSERT_TRUE(SameBits(labs[axis][row], expected[axis])) << colors[axis][row];
+        }
+    }
+}
+
 // Rows that hold no numbers, or give none, between others.
-TEST(Rows, WithoutAResultLeaveTheOthersAlone)
+TEST_P(EveryRoad, LeavesTheRowsBesideOneWithoutAResultAlone)
 {
     const Conditions c(oxc_conditions_new());
     auto spectra = RandomSpectra(20, 71);

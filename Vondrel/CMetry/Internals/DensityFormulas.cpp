@@ -22,25 +22,27 @@ float ToDensity(float reflectance)
     return reflectance > 0.0F ? Single(-std::log10(static_cast<double>(reflectance))) : InvalidDensity;
 }
 
-float Respond(const float* curve, const float* values)
-{
-    float response = 0.0F;
-    for (std::size_t i = 0; i < SpectrumGrid::NumberOfDataPoints; ++i)
-        response = Accumulate(response, curve[i], values[i]);
-    return response;
-}
-
-FourDensities GetDensities(const ResponseCurves& curves, const float* values)
+FourDensities Respond(const ResponseCurves& curves, const float* values)
 {
     FourDensities responses{};
     for (std::size_t i = 0; i < SpectrumGrid::NumberOfDataPoints; ++i)
         for (std::size_t channel = 0; channel < responses.size(); ++channel)
             responses[channel] = Accumulate(responses[channel], curves[channel][i], values[i]);
+    return responses;
+}
+
+FourDensities ToDensities(const FourDensities& responses)
+{
     FourDensities densities;
     for (std::size_t channel = 0; channel < densities.size(); ++channel)
         densities[channel] = ToDensity(responses[channel]);
     densities[0] += 2.0F;
     return densities;
+}
+
+FourDensities GetDensities(const ResponseCurves& curves, const float* values)
+{
+    return ToDensities(Respond(curves, values));
 }
 
 std::array<float, 3> SortColors(const FourDensities& densities)

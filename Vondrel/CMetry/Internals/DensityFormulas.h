@@ -31,10 +31,11 @@ namespace Formulas {
 /// -log10 of a response, 9.99 where it is not above 0 or no number.
 float ToDensity(float reflectance);
 
-/// The sum of weight times value over 36 bands.
-float Respond(const float* curve, const float* values);
+/// The sums of weight times value over 36 bands.
+FourDensities Respond(const ResponseCurves& curves, const float* values);
 
 /// Absolute densities without calibration. Black is raised by 2, since its curve sums to 100.
+FourDensities ToDensities(const FourDensities& responses);
 FourDensities GetDensities(const ResponseCurves& curves, const float* values);
 
 /// The densities of Cyan, Magenta and Yellow in descending order.

@@ -15,10 +15,11 @@ namespace Vondrel::CMetry {
 /// the same bits on every machine.
 inline double CubeRoot(double x)
 {
-    constexpr std::uint64_t guess = 0x553ef00000000000;
+    constexpr std::uint32_t guess = 0x553ef000;
     if (std::isinf(x))
         return x;
-    double y = std::bit_cast<double>(guess - std::bit_cast<std::uint64_t>(x) / 3);
+    const auto high = static_cast<std::uint32_t>(std::bit_cast<std::uint64_t>(x) >> 32);
+    double y = std::bit_cast<double>(static_cast<std::uint64_t>(guess - high / 3) << 32);
     double error = 1 - x * y * y * y;
     y *= 1 + error * (1.0 / 3 + error * (2.0 / 9 + error * (14.0 / 81 + error * (35.0 / 243))));
     error = 1 - x * y * y * y;
