@@ -120,7 +120,7 @@ std::int32_t SetTenrixDark(CalDataBlock* device, int readings)
                                   Round(sums[2] / readings));
 }
 
-constexpr TypeSet lcdDark = Family::lcd | Types(18);
+constexpr TypeSet lcdDark = Family::lcd | Family::reserved18;
 
 /// The dark reference of the families that both forms of the call serve.
 std::int32_t SetFamilyDark(CalDataBlock* device, int tenrixReadings)

@@ -225,7 +225,7 @@ int32_t ZELCAL_CALL AltrixWriteEEPROMByte_M(CalDataBlock* device, uint8_t addres
 
 int32_t ZELCAL_CALL TenrixReadExtendedEEPROMByte_M(CalDataBlock* device, uint16_t address, uint8_t* value)
 {
-    if (const int32_t refusal = Enter(device, Gate::extendedCells, value))
+    if (const int32_t refusal = Enter(device, Family::tenrix, value))
         return refusal;
     const uint8_t parameters[] = {HighByte(address), LowByte(address)};
     Reply reply;
@@ -288,7 +288,7 @@ int32_t ZELCAL_CALL AltrixWriteEntireEEPROM_M(CalDataBlock* device, const uint8_
 
 int32_t ZELCAL_CALL AltrixReadEEPROM_M(CalDataBlock* device, uint16_t first, uint16_t end, uint8_t* buffer)
 {
-    if (const int32_t refusal = Enter(device, Gate::extendedCells, buffer))
+    if (const int32_t refusal = Enter(device, Family::tenrix, buffer))
         return refusal;
     for (unsigned address = first; address < end; ++address)
         if (const int32_t failure =
@@ -325,7 +325,7 @@ int32_t ZELCAL_CALL ZKParseEEPROMpage2_M(CalDataBlock* device)
 
 int32_t ZELCAL_CALL ZKParseExtendedEEPROM_M(CalDataBlock* device)
 {
-    if (const int32_t refusal = Enter(device, Gate::extendedCells))
+    if (const int32_t refusal = Enter(device, Family::tenrix))
         return refusal;
     return ReadFields(ReadExtendedCell, device, secondPage, &device->eeprom);
 }
@@ -341,8 +341,7 @@ int32_t ZELCAL_CALL AltrixReadExtendedEEPROMStruct_M(CalDataBlock* device, Parse
 {
     if (const int32_t refusal = Enter(device, allTypes, out))
         return refusal;
-    return ReadParsedEx(device, ReadCell, IsType(device, Gate::extendedCells) ? ReadExtendedCell : ReadCell, device,
-                        out);
+    return ReadParsedEx(device, ReadCell, IsType(device, Family::tenrix) ? ReadExtendedCell : ReadCell, device, out);
 }
 
 int32_t ZELCAL_CALL AltrixParseEEPROMStruct_M(CalDataBlock* device, ParsedEEPROM* out, const uint8_t* bytes)

@@ -7,9 +7,9 @@ namespace Toolkit {
 
 namespace {
 
-constexpr TypeSet slot1IsActive = Types(7, 8, 9, 12, 13, 14, 18, 20, 21, 22);
-constexpr TypeSet calibratedByCounts = Types(2, 3, 4, 9, 10, 11, 12, 19, 20, 22);
-constexpr TypeSet withLumFactor = Types(6, 8, 13);
+constexpr TypeSet slot1IsActive =
+    Types(7, 12, 18) | Family::lcdLum | Family::lcdAltrix | Family::bassixPlus | Family::laterOsprey | Family::channel1;
+constexpr TypeSet withLumFactor = Types(6, 13) | Family::lcdLum;
 
 /// The clock of instruments whose memory does not tell it, seconds. On the others the field keeps its value.
 struct ClockRow {
@@ -114,7 +114,7 @@ std::int32_t SetCalibration(CalDataBlock* device)
 {
     ZelCalHeader& header = device->header;
     const ZelEEPROM& eeprom = device->eeprom;
-    if (IsType(device, calibratedByCounts))
+    if (IsType(device, Family::colour))
         return SetCalibrationCounts(device);
     if (header.calibratorType == 7) {
         header.greenFactor = eeprom.eepromMatrix1[0];

@@ -375,7 +375,7 @@ int32_t ZELCAL_CALL zelMeasureLuminance_M(CalDataBlock* device, uint16_t unit, d
         return refusal;
     if (IsType(device, Gate::channel1))
         return zelChannel1Measure_M(device, unit, 3, 3, out);
-    if (IsType(device, Types(9, 20, 22))) {
+    if (IsType(device, Gate::pelicanMeasure)) {
         ZelYxyz colour;
         if (const int32_t failure = zelMeasureLCDYxy_M(device, unit, &colour))
             return failure;
@@ -391,7 +391,7 @@ int32_t ZELCAL_CALL zelMeasureLuminance_M(CalDataBlock* device, uint16_t unit, d
 
 int32_t ZELCAL_CALL zelAutoMeasureLuminance_M(CalDataBlock* device, uint16_t unit, double* out)
 {
-    if (const int32_t refusal = Begin(device, Gate::autoMeasureLuminance, out))
+    if (const int32_t refusal = Begin(device, Gate::lcdLuminanceEdge, out))
         return refusal;
     if (IsType(device, Gate::channel1))
         return zelChannel1Measure_M(device, unit, 5, 3, out);

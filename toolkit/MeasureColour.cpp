@@ -29,7 +29,7 @@ std::int32_t ReadChannels(CalDataBlock* device, bool wide)
 /// One bit for each channel whose count is at or below the believable count.
 unsigned LowChannels(const CalDataBlock* device, const MixedForm& form)
 {
-    if (IsType(device, Types(2, 3)))
+    if (IsType(device, Family::pulsesOnly))
         return 0;
     double threshold = BelievableCount(device);
     if (!form.adapt)
@@ -80,11 +80,11 @@ std::int32_t MeasureTenrix(CalDataBlock* device, std::uint16_t unit, ZelYxyz* ou
 
 std::int32_t MeasureInFamilysWay(CalDataBlock* device, bool adapt, std::uint16_t unit, ZelYxyz* out)
 {
-    if (const std::int32_t refusal = Begin(device, Gate::autoMeasureYxy, out))
+    if (const std::int32_t refusal = Begin(device, Gate::measureYxy, out))
         return refusal;
     if (device->header.calibratorType == 9)
         return zelMeasureLCDYxy_M(device, unit, out);
-    if (IsType(device, Types(20, 22))) {
+    if (IsType(device, Family::laterOsprey)) {
         const std::int32_t frequencyMode = adapt ? 4 : 5;
         return zelOspreyMeasure_M(device, unit, device->header.activeCalibration != 0 ? 1 : frequencyMode, out);
     }
@@ -129,7 +129,7 @@ int32_t ZELCAL_CALL zelMeasureYxy_M(CalDataBlock* device, uint16_t unit, ZelYxyz
         return refusal;
     if (device->header.calibratorType == 9)
         return zelMeasureLCDYxy_M(device, unit, out);
-    if (IsType(device, Types(20, 22)))
+    if (IsType(device, Family::laterOsprey))
         return zelOspreyMeasure_M(device, unit, device->header.activeCalibration != 0 ? 1 : 3, out);
     double XYZ[3];
     if (const int32_t failure = AltrixMeasureXYZ_M(device, XYZ))
@@ -183,7 +183,7 @@ int32_t ZELCAL_CALL zelMeasureRawData_M(CalDataBlock* device, uint32_t out[3])
 int32_t ZELCAL_CALL zelGetRGBvaluesFromYxy_M(CalDataBlock* device, uint16_t unit, double Y, double x, double y,
                                              double out[3])
 {
-    if (const int32_t refusal = Enter(device, Gate::autoMeasureYxy, out))
+    if (const int32_t refusal = Enter(device, Gate::measureYxy, out))
         return refusal;
     const double Yxy[3] = {Y, x, y};
     return zelGetRGBvaluesFromYxyEx_M(device, unit, Yxy, out);

@@ -467,7 +467,7 @@ int32_t ZELCAL_CALL zelCloseBassix_M(CalDataBlock* device)
 
 int32_t ZELCAL_CALL zelCloseSerialAltrix_M(CalDataBlock* device)
 {
-    if (const int32_t refusal = Enter(device, Gate::closeSerialAltrix))
+    if (const int32_t refusal = Enter(device, Opens::serialAltrix))
         return refusal;
     return ClosePort(device);
 }

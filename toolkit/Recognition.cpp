@@ -115,7 +115,7 @@ std::int32_t ReadPage(CalDataBlock* device, Page page)
 
 std::int32_t ParseMemory(CalDataBlock* device)
 {
-    if (IsType(device, Types(5)))
+    if (IsType(device, Family::readOnlyBassix))
         return ZEL_OK; // keeps nothing in its memory
     return IsType(device, Family::plover) ? BassixParsePloverEEPROM_M(device) : ZKParseAltrixEEPROM_M(device);
 }

@@ -122,7 +122,7 @@ int32_t ZELCAL_CALL TenrixGetPLLPeriod_M(CalDataBlock* device, uint32_t* ticks)
 
 int32_t ZELCAL_CALL TenrixSetPLLPeriodEx_M(CalDataBlock* device, double hertz)
 {
-    if (const int32_t refusal = Enter(device, Gate::pllPeriodEx))
+    if (const int32_t refusal = Enter(device, Family::tenrix))
         return refusal;
     if (hertz > highestLoopRate)
         hertz *= 0.5;
@@ -140,29 +140,29 @@ int32_t ZELCAL_CALL TenrixSetPLLPeriodEx_M(CalDataBlock* device, double hertz)
 
 int32_t ZELCAL_CALL TenrixSetPLLRegisterC_M(CalDataBlock* device, uint8_t value)
 {
-    return SetByte(device, Gate::pllRegisters, Commands::setRegisterC, value);
+    return SetByte(device, Family::pllRegisters, Commands::setRegisterC, value);
 }
 
 int32_t ZELCAL_CALL TenrixGetPLLRegisterC_M(CalDataBlock* device, uint8_t* value)
 {
-    return GetByte(device, Gate::pllRegisters, Commands::getRegisterC, value);
+    return GetByte(device, Family::pllRegisters, Commands::getRegisterC, value);
 }
 
 int32_t ZELCAL_CALL TenrixSetPLLRegisterN_M(CalDataBlock* device, uint16_t value)
 {
-    if (const int32_t refusal = Enter(device, Gate::pllRegisters))
+    if (const int32_t refusal = Enter(device, Family::pllRegisters))
         return refusal;
     return value < lowestN ? ZEL_OUT_OF_RANGE : SetWord(device, Commands::setRegisterN, value);
 }
 
 int32_t ZELCAL_CALL TenrixGetPLLRegisterN_M(CalDataBlock* device, uint16_t* value)
 {
-    return GetWord(device, Gate::pllRegisters, Commands::getRegisterN, value);
+    return GetWord(device, Family::pllRegisters, Commands::getRegisterN, value);
 }
 
 int32_t ZELCAL_CALL TenrixSetPLLRegisterR_M(CalDataBlock* device, uint16_t value)
 {
-    if (const int32_t refusal = Enter(device, Gate::pllRegisters))
+    if (const int32_t refusal = Enter(device, Family::pllRegisters))
         return refusal;
     const bool allowed = value == 1 || (value >= lowestR && value <= highestR);
     return allowed ? SetWord(device, Commands::setRegisterR, value) : ZEL_OUT_OF_RANGE;
@@ -170,17 +170,17 @@ int32_t ZELCAL_CALL TenrixSetPLLRegisterR_M(CalDataBlock* device, uint16_t value
 
 int32_t ZELCAL_CALL TenrixGetPLLRegisterR_M(CalDataBlock* device, uint16_t* value)
 {
-    return GetWord(device, Gate::pllRegisters, Commands::getRegisterR, value);
+    return GetWord(device, Family::pllRegisters, Commands::getRegisterR, value);
 }
 
 int32_t ZELCAL_CALL TenrixReadLockDetect_M(CalDataBlock* device, uint8_t* value)
 {
-    return GetByte(device, Gate::pllRegisters, Commands::lockDetect, value);
+    return GetByte(device, Family::pllRegisters, Commands::lockDetect, value);
 }
 
 int32_t ZELCAL_CALL TenrixWaitForPLLToSettle_M(CalDataBlock* device)
 {
-    if (const int32_t refusal = Enter(device, Gate::pllRegisters))
+    if (const int32_t refusal = Enter(device, Family::pllRegisters))
         return refusal;
     const int64_t end = NowSeconds() + settlingSeconds;
     uint8_t reading = 0;
@@ -205,17 +205,17 @@ int32_t ZELCAL_CALL TenrixGetTriggerMode_M(CalDataBlock* device, uint8_t* value)
 
 int32_t ZELCAL_CALL TenrixSetMeasDataFormat_M(CalDataBlock* device, uint8_t value)
 {
-    return SetByte(device, Gate::dataFormat, Commands::setDataFormat, value);
+    return SetByte(device, Family::tenrix, Commands::setDataFormat, value);
 }
 
 int32_t ZELCAL_CALL TenrixGetMeasDataFormat_M(CalDataBlock* device, uint8_t* value)
 {
-    return GetByte(device, Gate::dataFormat, Commands::getDataFormat, value);
+    return GetByte(device, Family::tenrix, Commands::getDataFormat, value);
 }
 
 int32_t ZELCAL_CALL TenrixSetDarkCurrent_M(CalDataBlock* device, uint32_t red, uint32_t green, uint32_t blue)
 {
-    if (const int32_t refusal = Enter(device, Gate::tenrixDark))
+    if (const int32_t refusal = Enter(device, Family::tenrix))
         return refusal;
     const uint32_t values[] = {red, green, blue};
     for (int i = 0; i < 3; ++i)
@@ -226,7 +226,7 @@ int32_t ZELCAL_CALL TenrixSetDarkCurrent_M(CalDataBlock* device, uint32_t red, u
 
 int32_t ZELCAL_CALL TenrixGetDarkCurrent_M(CalDataBlock* device, uint32_t* red, uint32_t* green, uint32_t* blue)
 {
-    if (const int32_t refusal = Enter(device, Gate::tenrixDark, red, green, blue))
+    if (const int32_t refusal = Enter(device, Family::tenrix, red, green, blue))
         return refusal;
     if (device->header.calibratorType == 10)
         return ZEL_OK;
@@ -241,7 +241,7 @@ int32_t ZELCAL_CALL TenrixGetDarkCurrent_M(CalDataBlock* device, uint32_t* red, 
 
 int32_t ZELCAL_CALL TenrixReadEEPROM_M(CalDataBlock* device, uint16_t first, int32_t count, uint8_t* buffer)
 {
-    if (const int32_t refusal = Enter(device, Gate::pllRegisters, buffer))
+    if (const int32_t refusal = Enter(device, Family::pllRegisters, buffer))
         return refusal;
     if (count < 1)
         return ZEL_OK;
