@@ -1,13 +1,10 @@
 // Replies that are nothing but bytes: short, long, empty, with the wrong echo.
 
-#include "tests/fuzz/FuzzedSeam.h"
+#include "tests/fuzz/ToolkitSession.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    fuzzed = {};
-    fuzzed.bytes = {data, size};
-    const std::uint8_t how = fuzzed.bytes.Take();
-    const std::uint8_t what = fuzzed.bytes.Take();
-    RunSession(how, what);
+    FuzzedInstrument instrument(data, size);
+    RunSession(instrument);
     return 0;
 }

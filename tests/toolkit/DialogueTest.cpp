@@ -1,376 +1,136 @@
-#include "tests/toolkit/ScriptedSeam.h"
+// Every measuring path and every single command: what goes over the wire to the byte, the status, and what comes out.
 
+#include "tests/support/Rows.h"
+#include "tests/toolkit/Calls.h"
+#include "tests/toolkit/ScriptedInstrument.h"
+
+#include <cmath>
 #include <functional>
+#include <type_traits>
 
 namespace {
 
-using Counts = std::map<int, std::deque<std::uint32_t>>;
+/// A row of the file: its columns in their order.
+struct Dialogue {
+    std::string what, instrument, counts, calls, status, frames, results, limits, record;
 
-/// `times` repetitions of a list of frames.
-std::string Times(int times, const std::string& frames)
+    explicit Dialogue(const Row& row)
+    {
+        std::string* const columns[] = {&what,   &instrument, &counts, &calls, &status,
+                                        &frames, &results,    &limits, &record};
+        for (std::size_t i = 0; i < row.size(); ++i)
+            *columns[i] = row[i];
+    }
+};
+
+/// Makes the calls of a row, which stand between ";". The status and the results are those of the last.
+std::int64_t MakeCalls(const std::string& row, CalDataBlock* device, Arguments& arguments)
 {
-    std::string all;
-    for (int i = 0; i < times; ++i)
-        all += (i == 0 ? "" : ", ") + frames;
-    return all;
+    std::int64_t status = ZEL_OK;
+    std::istringstream calls(row);
+    for (std::string call; status == ZEL_OK && std::getline(calls, call, ';');)
+        status = MakeCall(call, device, arguments);
+    return status;
 }
 
-ZelYxyz yxyz;
-double number;
-double vector[3];
+template<typename NumberAt>
+void ExpectNumbers(const std::string& expected, NumberAt numberAt)
+{
+    const std::vector<double> numbers = Numbers(expected);
+    for (std::size_t i = 0; i < numbers.size(); ++i)
+        EXPECT_NEAR(numbers[i], numberAt(i), std::fabs(numbers[i]) * 1e-10) << expected << ", " << i;
+}
 
-struct Dialogue {
-    const char* what;
-    int type;
-    const char* version; // null: the type's own
-    Counts counts;
-    std::function<int32_t(CalDataBlock*)> call;
-    int32_t status;
-    std::string frames;
+/// Results of several pointers stand between "/", those of an array behind each other.
+void ExpectResults(const std::string& expected, const Arguments& arguments)
+{
+    std::istringstream groups(expected);
+    std::size_t pointer = 0;
+    for (std::string group; std::getline(groups, group, '/'); ++pointer)
+        ExpectNumbers(group, arguments.results.at(pointer));
+}
+
+/// The constants of the read limits that the port was given.
+std::string Limits()
+{
+    std::string limits;
+    std::istringstream log(ToolkitSeam::state.log);
+    for (std::string entry; std::getline(log, entry, ',');)
+        if (entry.find("limits") != std::string::npos) {
+            std::istringstream words(entry);
+            std::string word, interval, multiplier, constant;
+            words >> word >> interval >> multiplier >> constant;
+            limits += (limits.empty() ? "" : " ") + constant;
+        }
+    return limits;
+}
+
+/// Fields of the record by their names.
+using ReadField = std::function<double(const CalDataBlock&, std::size_t)>;
+const std::map<std::string, ReadField> fields = {
+#define FIELD(part, name)                                                                                              \
+    {                                                                                                                  \
+#name, [](const CalDataBlock& d, std::size_t i) {                                                                 \
+         using Number = std::remove_cvref_t<std::remove_all_extents_t<decltype(d.part.name)>>;                         \
+         return static_cast<double>(reinterpret_cast<const Number*>(&d.part.name)[i]);                                 \
+     }    \
+    }
+    FIELD(header, activeCalibration), FIELD(header, ambientMatrix),    FIELD(header, blueFactor),
+    FIELD(header, calCount),          FIELD(header, calMatrix),        FIELD(header, calTime),
+    FIELD(header, channel1Factors),   FIELD(header, clockPeriod),      FIELD(header, darkCurrent),
+    FIELD(header, eepromState),       FIELD(header, edgeRGB),          FIELD(header, frequencySamples),
+    FIELD(header, greenFactor),       FIELD(header, integrationTicks), FIELD(header, lumFactor),
+    FIELD(header, monitorFrequency),  FIELD(header, numDarkMeas),      FIELD(header, numMeasToAvg),
+    FIELD(header, numPeriods),        FIELD(header, redFactor),        FIELD(header, repeatCount),
+    FIELD(header, sweepCount),        FIELD(header, syncMode),         FIELD(header, targetCount),
+    FIELD(header, tickLength),        FIELD(header, timingFlags),      FIELD(comm, timeOutApplied),
+    FIELD(header, lumChannel),        FIELD(header, periodsLeft),      FIELD(header, wideCount),
+#undef FIELD
 };
 
-const std::string wideOnes = "14 00 01 00, 14 00 01 01, 14 00 01 02, 16, 02, 03";
-
-const Dialogue dialogues[] = {
-    {"bright: one reading",
-     4,
-     nullptr,
-     {{13, {3000001}}, {2, {3000001}}, {3, {3000001}}},
-     [](auto* d) { return zelMeasureLCDYxySim_M(d, 1, &yxyz); },
-     0,
-     "0D 01 01 01, 02, 03"},
-    {"a low channel repeats all three; a count of 0 takes the largest multiplier",
-     4,
-     nullptr,
-     {{13, {1000000, 3000000}}, {2, {4000000}}, {3, {0, 0}}},
-     [](auto* d) { return zelMeasureLCDYxySim_M(d, 1, &yxyz); },
-     0,
-     "0D 01 01 01, 02, 03, 0D 03 01 FF, 02, 03"},
-    {"a multiplier above 255 becomes 255",
-     4,
-     nullptr,
-     {{13, {11000}}, {2, {12000}}, {3, {3000001}}},
-     [](auto* d) { return zelMeasureLCDYxySim_M(d, 1, &yxyz); },
-     0,
-     "0D 01 01 01, 02, 03, 0D FF FA 01, 02, 03"},
-    {"a wide multiplier above 65535 becomes 2000",
-     19,
-     nullptr,
-     {{22, {183}}, {2, {184}}, {3, {13000000}}},
-     [](auto* d) { return zelMeasureLCDYxySimW_M(d, 1, &yxyz); },
-     0,
-     wideOnes + ", 14 07 D0 00, 14 FE C1 01, 14 00 01 02, 16, 02, 03"},
-    {"channels in a row repeat one by one",
-     9,
-     nullptr,
-     {{10, {1000000}}, {11, {4000000}}, {12, {0}}},
-     [](auto* d) { return zelMeasureLCDYxySeq_M(d, 1, &yxyz); },
-     0,
-     "0A 01, 0A 03, 0B 01, 0C 01, 0C FF"},
-    {"multipliers of the caller, edges",
-     4,
-     nullptr,
-     {},
-     [](auto* d) { return zelDarkMeasureYxy_M(d, 1, 1, 2, 3, 7, &yxyz); },
-     0,
-     "0D 01 02 03, 02, 03"},
-    {"multipliers of the caller, periods",
-     4,
-     nullptr,
-     {},
-     [](auto* d) { return zelDarkMeasureYxy_M(d, 1, 1, 2, 3, 0, &yxyz); },
-     0,
-     "0A 01, 0B 02, 0C 03"},
-    {"automatic: refresh rate and time first",
-     4,
-     nullptr,
-     {{9, {50000}}},
-     [](auto* d) { return zelAutoMeasureYxy_M(d, 1, &yxyz); },
-     0,
-     Times(5, "09") + ", 05 00 06 5B 9B, 06, 01, 02, 03"},
-    {"automatic without refresh: the time of 60 Hz",
-     19,
-     nullptr,
-     {{9, {0}}},
-     [](auto* d) { return zelAutoMeasureYxy_M(d, 1, &yxyz); },
-     0,
-     "09, 05 00 19 6E 6B, 06, 01, 02, 03"},
-    {"automatic on a type that measures no refresh: one second",
-     2,
-     nullptr,
-     {},
-     [](auto* d) { return zelAutoMeasureYxy_M(d, 1, &yxyz); },
-     0,
-     "05 00 0F 42 40, 06, 01, 02, 03"},
-    {"without the refresh step",
-     4,
-     nullptr,
-     {},
-     [](auto* d) { return zelMeasureYxyEx_M(d, 1, &yxyz); },
-     0,
-     "01, 02, 03"},
-    {"a low channel alone gets a multiplier",
-     4,
-     nullptr,
-     {{1, {75}}, {13, {1000000}}},
-     [](auto* d) { return zelMeasureYxyEx_M(d, 1, &yxyz); },
-     0,
-     "01, 02, 03, 0D 01 01 01, 02, 03, 0D 03 01 01, 02, 03"},
-    {"wide automatic: channel argument from the sync mode, one second",
-     22,
-     nullptr,
-     {},
-     [](auto* d) { return zelOspreyMeasure_M(d, 1, 4, &yxyz); },
-     0,
-     "05 00 0F 42 40, 06, 13 02, 02, 03"},
-    {"wide with a low channel",
-     20,
-     nullptr,
-     {{19, {10}}, {22, {6000000}}},
-     [](auto* d) { return zelOspreyMeasure_M(d, 1, 5, &yxyz); },
-     0,
-     "13 01, 02, 03, " + wideOnes + ", 14 00 02 00, 14 00 01 01, 14 00 01 02, 16, 02, 03"},
-    {"wide frequency", 22, nullptr, {}, [](auto* d) { return zelOspreyMeasure_M(d, 1, 3, &yxyz); }, 0, "13 01, 02, 03"},
-    {"ambient",
-     20,
-     nullptr,
-     {{22, {12000001}}, {2, {12000001}}, {3, {12000001}}},
-     [](auto* d) { return zelMeasureAmbient_M(d, 1, &yxyz); },
-     0,
-     wideOnes},
-    {"no such mode", 20, nullptr, {}, [](auto* d) { return zelOspreyMeasure_M(d, 1, 6, &yxyz); }, ZEL_NO_COLOUR, ""},
-    {"no such mode of the other dispatcher",
-     9,
-     nullptr,
-     {},
-     [](auto* d) { return zelPelicanMeasure_M(d, 1, 0, &yxyz); },
-     ZEL_NO_COLOUR,
-     ""},
-    {"time-limited: raw channels need no more than the shortest limit",
-     4,
-     "4.45",
-     {{16, {3000001}}, {17, {3000001}}, {18, {1000000}}},
-     [](auto* d) { return zelMeasureLCDYxySim_M(d, 1, &yxyz); },
-     0,
-     "10 01 01 01 FF, 11, 12, 10 01 01 03 01, 11, 12"},
-    {"time-limited commands end with revision 449",
-     4,
-     "4.50",
-     {{13, {3000001}}, {2, {3000001}}, {3, {3000001}}},
-     [](auto* d) { return zelMeasureLCDYxySim_M(d, 1, &yxyz); },
-     0,
-     "0D 01 01 01, 02, 03"},
-    {"the time-limited call itself",
-     4,
-     "4.50",
-     {},
-     [](auto* d) { return zelMeasureLCDYxySimTO_M(d, 1, &yxyz); },
-     ZEL_NOT_AVAILABLE,
-     ""},
-    {"sweeps until one channel has enough",
-     4,
-     nullptr,
-     {{13, {1000000}}, {2, {1500001}}, {3, {10}}},
-     [](auto* d) { return zelMeasureYxyProgressive_M(d, 1, &yxyz); },
-     0,
-     "0D 01 01 01, 02, 03, 0D 01 01 01, 02, 03"},
-    {"sweeps without any light end",
-     9,
-     nullptr,
-     {{13, {0}}, {2, {0}}, {3, {0}}},
-     [](auto* d) { return zelMeasureYxyProgressive_M(d, 1, &yxyz); },
-     0,
-     Times(3, "0D 01 01 01, 02, 03")},
-    {"sweeps go on after two dark readings, and end after three",
-     4,
-     nullptr,
-     {{13, {1000000, 0, 0, 1000000, 0, 0, 0, 9999999}}, {2, {0}}, {3, {0}}},
-     [](auto* d) { return zelMeasureYxyProgressive_M(d, 1, &yxyz); },
-     0,
-     Times(7, "0D 01 01 01, 02, 03")},
-    {"luminance by periods, red channel",
-     13,
-     nullptr,
-     {{10, {400000}}},
-     [](auto* d) { return zelMeasureLCDLuminancePeriod_M(d, 1, &number); },
-     0,
-     "0A 01, 0A 03"},
-    {"luminance by periods, green channel",
-     6,
-     nullptr,
-     {{11, {400000}}},
-     [](auto* d) { return zelMeasureLCDLuminancePeriod_M(d, 1, &number); },
-     0,
-     "0B 01, 0B 03"},
-    {"a low first count asks again, even for one pulse",
-     6,
-     nullptr,
-     {{11, {900000}}},
-     [](auto* d) { return zelMeasureLCDLuminancePeriod_M(d, 1, &number); },
-     0,
-     "0B 01, 0B 01"},
-    {"luminance by edges",
-     14,
-     nullptr,
-     {{13, {400000}}},
-     [](auto* d) { return zelMeasureLCDLuminance_M(d, 1, &number); },
-     0,
-     "0D 01 01 01, 0D 03 03 03"},
-    {"luminance by sweeps of edges",
-     6,
-     nullptr,
-     {{13, {400000, 500000, 399999, 2}}},
-     [](auto* d) { return zelMeasureLCDLuminanceEdgeEx_M(d, 1, &number); },
-     0,
-     "0D 01 01 01, 0D 03 03 03, 0D 03 03 03, 0D 03 03 03"},
-    {"sweeps of edges without light end",
-     6,
-     nullptr,
-     {{13, {0}}},
-     [](auto* d) { return zelMeasureLCDLuminanceEdgeEx_M(d, 1, &number); },
-     0,
-     "0D 01 01 01, " + Times(3, "0D FF FF FF")},
-    {"sweeps of edges go on after two dark readings, and end after three",
-     6,
-     nullptr,
-     {{13, {400000, 500000, 0, 0, 100000, 0, 0, 0, 999999}}},
-     [](auto* d) { return zelMeasureLCDLuminanceEdgeEx_M(d, 1, &number); },
-     0,
-     "0D 01 01 01, " + Times(7, "0D 03 03 03")},
-    {"luminance, frequency believed",
-     13,
-     nullptr,
-     {{1, {76}}},
-     [](auto* d) { return zelSetNumPeriodsToMeasure_M(d, 101) | zelAutoMeasureLuminance_M(d, 1, &number); },
-     0,
-     "01"},
-    {"luminance, frequency not believed",
-     13,
-     nullptr,
-     {{1, {75}}, {13, {1000001}}},
-     [](auto* d) { return zelSetNumPeriodsToMeasure_M(d, 101) | zelAutoMeasureLuminance_M(d, 1, &number); },
-     0,
-     "01, 0D 01 01 01"},
-    {"channel 1, frequency",
-     21,
-     nullptr,
-     {},
-     [](auto* d) { return zelChannel1Measure_M(d, 1, 3, 0, &number); },
-     0,
-     "13 00, 02"},
-    {"channel 1, edges, at most 2000",
-     21,
-     nullptr,
-     {{17, {499}}},
-     [](auto* d) { return zelChannel1Measure_M(d, 1, 1, 0, &number); },
-     0,
-     "11 00 01, 11 07 D0"},
-    {"channel 1, automatic in dim light",
-     21,
-     nullptr,
-     {{2, {75}}, {17, {500}}},
-     [](auto* d) { return zelChannel1Measure_M(d, 1, 5, 3, &number); },
-     0,
-     "13 00, 02, 11 00 01, 11 07 D0"},
-    {"channel 1, no such mode",
-     21,
-     nullptr,
-     {},
-     [](auto* d) { return zelChannel1Measure_M(d, 1, 4, 0, &number); },
-     ZEL_NOT_AVAILABLE,
-     ""},
-    {"channel 1, no such factor",
-     21,
-     nullptr,
-     {},
-     [](auto* d) { return zelChannel1Measure_M(d, 1, 3, 4, &number); },
-     ZEL_OUT_OF_RANGE,
-     ""},
-    {"Tenrix automatic: the loop follows a screen of 75 Hz",
-     11,
-     nullptr,
-     {{9, {40000}}},
-     [](auto* d) { return zelAutoMeasureYxy_M(d, 1, &yxyz); },
-     0,
-     Times(5, "09") + ", 05 00 08 23 55, 06, 1E F0, 20 01 77, 22 00 60, 01, 02, 03"},
-    {"Tenrix with a fixed loop",
-     10,
-     nullptr,
-     {{9, {66667}}},
-     [](auto* d) { return zelMeasMonFreqAndSetIntTime_M(d, 0, &number); },
-     0,
-     Times(5, "09") + ", 05 00 0A 2C 2E, 06, 11 00 00 1A 0B"},
-    {"Tenrix dark: cleared, measured, given",
-     11,
-     nullptr,
-     {{1, {10, 11}}, {2, {20}}, {3, {4294967295}}},
-     [](auto* d) { return zelSetDarkCurrent_M(d, 2); },
-     0,
-     "15 00 00 00 00, 16 00 00 00 00, 17 00 00 00 00, 01, 02, 03, 01, 02, 03, 15 00 00 00 0B, 16 00 00 00 14, "
-     "17 FF FF FF FF"},
-    {"Heron luminance", 7, nullptr, {}, [](auto* d) { return zelMeasureLuminance_M(d, 1, &number); }, 0, "01, 02, 03"},
-    {"raw values of the luminance heads",
-     8,
-     nullptr,
-     {{11, {4000000}}},
-     [](auto* d) { return zelMeasureRawDataScaled_M(d, vector); },
-     0,
-     "0B 01"},
-    {"dark of the old head stays in the record",
-     5,
-     nullptr,
-     {},
-     [](auto* d) { return zelSetLCDBassixDarkCurrent_M(d); },
-     0,
-     "0B 01"},
-    {"a register below its range sends nothing",
-     11,
-     nullptr,
-     {},
-     [](auto* d) { return TenrixSetPLLRegisterN_M(d, 39); },
-     ZEL_OUT_OF_RANGE,
-     ""},
-    {"R of 5", 11, nullptr, {}, [](auto* d) { return TenrixSetPLLRegisterR_M(d, 5); }, ZEL_OUT_OF_RANGE, ""},
-    {"R of 32767", 11, nullptr, {}, [](auto* d) { return TenrixSetPLLRegisterR_M(d, 32767); }, ZEL_OUT_OF_RANGE, ""},
-    {"registers at their limits",
-     11,
-     nullptr,
-     {},
-     [](auto* d) {
-         return TenrixSetPLLRegisterN_M(d, 40) | TenrixSetPLLRegisterR_M(d, 1) | TenrixSetPLLRegisterR_M(d, 6)
-             | TenrixSetPLLRegisterR_M(d, 32766);
-     },
-     0,
-     "20 00 28, 22 00 01, 22 00 06, 22 7F FE"},
-    {"an equal cell is not written",
-     11,
-     nullptr,
-     {},
-     [](auto* d) { return TenrixWriteExtendedEEPROMByte_M(d, 300, 0xFF); },
-     0,
-     "14 01 2C"},
-    {"a different cell is written",
-     10,
-     nullptr,
-     {},
-     [](auto* d) { return AltrixWriteExtendedEEPROMByte_M(d, 300, 1); },
-     0,
-     "14 01 2C, 13 01 2C 01"},
-};
+/// Fields and their numbers stand between ";".
+void ExpectRecord(const std::string& expected, const CalDataBlock& device)
+{
+    std::istringstream parts(expected);
+    for (std::string part; std::getline(parts, part, ';');) {
+        std::istringstream words(part);
+        std::string name, numbers;
+        words >> name;
+        std::getline(words, numbers);
+        SCOPED_TRACE(name);
+        ExpectNumbers(numbers, [&](std::size_t i) { return fields.at(name)(device, i); });
+    }
+}
 
 }
 
 class DialogueTest : public ToolkitTest { };
 
-TEST_F(DialogueTest, EachPathSendsItsCommandsAndNoOthers)
+TEST_F(DialogueTest, EachSendsItsCommandsAndNoOthersAndGivesItsNumbers)
 {
-    for (const Dialogue& dialogue : dialogues) {
-        SCOPED_TRACE(dialogue.what);
-        Open(dialogue.type, true, dialogue.version);
-        instrument.usualCount = 4'000'000'000;
-        instrument.counts = dialogue.counts;
-        instrument.periodsLeft = {0};
-        EXPECT_EQ(dialogue.status, dialogue.call(&device));
-        EXPECT_EQ(dialogue.frames, instrument.TakeFrames());
+    const std::vector<Row> rows = ReadRows("toolkit_dialogues.txt");
+    ASSERT_GT(rows.size(), 400U);
+    for (const Row& row : rows) {
+        const Dialogue dialogue(row);
+        for (const bool byDefault : {false, true}) {
+            SCOPED_TRACE(dialogue.what + ": " + dialogue.calls + " on " + dialogue.instrument);
+            CalDataBlock& record = byDefault ? *zelGetCaldataBlockAddress() : device;
+            AttachBy(dialogue.instrument);
+            ASSERT_EQ(ZEL_OK, zelOpenCalibrator_M(&record, onUsb ? 0 : 1, version));
+            instrument.TakeFrames();
+            instrument.Script(dialogue.counts);
+            ToolkitSeam::state.keepsLog = true;
+            ToolkitSeam::state.log.clear();
+            Arguments arguments;
+            EXPECT_EQ(std::stoi(dialogue.status), MakeCalls(dialogue.calls, byDefault ? nullptr : &device, arguments));
+            const std::string frames = instrument.TakeFrames();
+            EXPECT_EQ(dialogue.frames, frames);
+            ExpectResults(dialogue.results, arguments);
+            if (!dialogue.limits.empty()) {
+                EXPECT_EQ(dialogue.limits, Limits());
+            }
+            ExpectRecord(dialogue.record, record);
+            AltrixClose_M(&record);
+        }
     }
 }

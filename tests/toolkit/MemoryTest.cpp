@@ -1,46 +1,43 @@
-#include "tests/toolkit/OwnFolder.h"
-#include "tests/toolkit/ScriptedSeam.h"
+#include "tests/support/OwnFolder.h"
+#include "tests/toolkit/ScriptedInstrument.h"
 
+#include <algorithm>
 #include <clocale>
 #include <cmath>
 #include <cstring>
-#include <filesystem>
 #include <fstream>
+#include <functional>
 #include <random>
+
+using ToolkitSeam::state;
 
 namespace {
 
 constexpr double truth[9] = {0.41, 0.36, 0.18, 0.21, 0.72, 0.07, 0.02, 0.12, 0.95};
 
-char version[9];
+const CalibrationRecord record = {{0.41, 0.36, 0.18, 0.21, 0.72, 0.07, 0.02, 0.12, 0.95}, 1234};
 
-ZelYxyz FromXYZ(const double XYZ[3])
-{
-    const double sum = XYZ[0] + XYZ[1] + XYZ[2];
-    return {XYZ[1], XYZ[0] / sum, XYZ[1] / sum, XYZ[2] / sum};
-}
-
-/// Channel vectors, and the colours that the true matrix makes of them.
+/// Channel vectors, the colours that the true matrix makes of them, and those colours at half their luminance.
 struct Colours {
     std::vector<ZelVector> vectors;
-    std::vector<ZelYxyz> reference;
-};
+    std::vector<ZelYxyz> reference, dimmer;
 
-Colours MakeColours(int count)
-{
-    std::mt19937 random(7);
-    std::uniform_real_distribution<double> level(1.0, 100.0);
-    Colours colours;
-    for (int i = 0; i < count; ++i) {
-        const ZelVector v = {level(random), level(random), level(random)};
-        double XYZ[3];
-        for (int row = 0; row < 3; ++row)
-            XYZ[row] = truth[3 * row] * v.red + truth[3 * row + 1] * v.green + truth[3 * row + 2] * v.blue;
-        colours.vectors.push_back(v);
-        colours.reference.push_back(FromXYZ(XYZ));
+    explicit Colours(int count)
+    {
+        std::mt19937 random(7);
+        std::uniform_real_distribution<double> level(1.0, 100.0);
+        for (int i = 0; i < count; ++i) {
+            const ZelVector v = {level(random), level(random), level(random)};
+            double X[3];
+            for (int row = 0; row < 3; ++row)
+                X[row] = truth[3 * row] * v.red + truth[3 * row + 1] * v.green + truth[3 * row + 2] * v.blue;
+            const double sum = X[0] + X[1] + X[2];
+            vectors.push_back(v);
+            reference.push_back({X[1], X[0] / sum, X[1] / sum, 0.0});
+            dimmer.push_back({X[1] / 2, X[0] / sum, X[1] / sum, 0.0});
+        }
     }
-    return colours;
-}
+};
 
 float FloatAt(const ScriptedInstrument& instrument, unsigned address)
 {
@@ -56,298 +53,337 @@ std::uint32_t LongAt(const ScriptedInstrument& instrument, unsigned address)
     return value;
 }
 
+/// Which matrix has these for its first and its last number.
+std::string MatrixName(double first, double last)
+{
+    const struct {
+        const char* name;
+        double first, last;
+    } known[] = {{"works", 4e-3, 5.9e-3},
+                 {"second", 4.2e-3, 6.195e-3},
+                 {"new", 0.41, 0.95},
+                 {"double", 8e-3, 11.8e-3},
+                 {"none", 0, 0}};
+    for (const auto& k : known)
+        if (std::fabs(first - k.first) <= 1e-6 * k.first && std::fabs(last - k.last) <= 1e-6 * k.last)
+            return k.name;
+    return "?";
+}
+
+/// The works' dates of the slots are 10^9 and 10^9 + 1.
+std::string DateName(std::uint32_t date)
+{
+    if (date == 1234)
+        return "";
+    if (date == static_cast<std::uint32_t>(state.clock / 1'000'000))
+        return " now";
+    return date == 1'000'000'000 ? " works" : date == 1'000'000'001 ? " second" : " ?";
+}
+
 }
 
 class MemoryTest : public ToolkitTest {
 protected:
-    /// Closes and opens the same instrument again.
-    void Reopen()
+    /// What a slot call has left: both slots, the format, the slot that is active, the matrix in force, the reports.
+    std::string Left()
     {
-        AltrixClose_M(&device);
-        ASSERT_EQ(ZEL_OK, zelOpenCalibrator_M(&device, 0, version));
+        std::string left;
+        for (const unsigned slot : {4U, 54U})
+            left += MatrixName(FloatAt(instrument, slot), FloatAt(instrument, slot + 32))
+                + DateName(LongAt(instrument, slot == 4 ? 50 : 90)) + ", ";
+        left += std::to_string(instrument.cells[127]) + ", " + std::to_string(device.header.activeCalibration) + ", "
+            + MatrixName(device.header.calMatrix[0], device.header.calMatrix[8]);
+        for (const auto& file : std::filesystem::directory_iterator(folder.Path())) {
+            left += ", " + file.path().filename().string();
+            std::filesystem::remove(file.path());
+        }
+        return left;
     }
 
     OwnFolder folder; ///< for report files
 };
 
-TEST_F(MemoryTest, WorkingConstantsFollowTheType)
+TEST_F(MemoryTest, StoringLeavesTheWorksCalibrationWhereItCanBeFound)
 {
-    Open(4, true);
-    EXPECT_EQ(416667U, device.header.calCount[0]);
-    EXPECT_DOUBLE_EQ(1.666668, device.header.calTime[2]);
-    EXPECT_NEAR(3000000.007574, device.header.targetCount, 1e-5);
-    EXPECT_EQ(0, device.header.activeCalibration);
-    EXPECT_EQ(4.0e-3F, device.header.calMatrix[0]);
-    EXPECT_FLOAT_EQ(0.251F, static_cast<float>(device.header.darkCurrent[0]));
-    EXPECT_EQ(100, device.header.numPeriods);
-
-    Open(19, true);
-    EXPECT_EQ(1666667U, device.header.calCount[1]);
-    EXPECT_NEAR(12000000.0303, device.header.targetCount, 1e-3);
-
-    Open(14, true);
-    EXPECT_EQ(31250U, device.header.calCount[0]);
-    EXPECT_DOUBLE_EQ(1.0, device.header.calTime[0]);
-    EXPECT_EQ(0.01F, device.header.redFactor);
-    EXPECT_EQ(30, device.header.frequencySamples);
-    EXPECT_EQ(0, device.header.numPeriods);
-
-    Open(7, true);
-    EXPECT_EQ(4.0e-3F, device.header.greenFactor);
-    EXPECT_EQ(1.2e-3F, device.header.redFactor);
-    EXPECT_EQ(5e-6, device.header.tickLength);
-
-    Open(11, true);
-    EXPECT_EQ(50, device.header.numDarkMeas);
-    Open(22, true);
-    EXPECT_EQ(2, device.header.syncMode);
-    EXPECT_EQ(1, device.header.activeCalibration);
-    Open(20, true);
-    EXPECT_NEAR((4.0e-3 + 4.2e-3) * 0.5 * 0.5, device.header.ambientMatrix[0], 1e-9);
-    EXPECT_NEAR((5.9e-3 + 6.195e-3) * 0.5 * 0.7, device.header.ambientMatrix[8], 1e-9);
-}
-
-TEST_F(MemoryTest, TheFormatSaysWhatIsValid)
-{
+    const Colours c(8);
+    const ZelYxyz* r = c.reference.data();
+    const ZelVector* v = c.vectors.data();
+    const auto data = [&](int slot) { return [=](auto* d) { return zelStoreCalibrationData_M(d, r, v, 4, slot); }; };
+    const std::function<std::int32_t(CalDataBlock*)>
+        byMeasuring = [&](auto*d) { return zelStoreUserCalibration_M(d, r, c.dimmer.data()); },
+        fromFour = [&](auto*d) { return zelStoreUserCalibrationEx_M(d, r, v); },
+        fromEight = [&](auto*d) { return zelStoreUserCalibrationRGB_M(d, r, v); },
+        fromAny = [&](auto*d) { return zelStoreUserCalibrationNColors_M(d, r, v, 5); },
+        record1 = [](auto*d) { return zelStoreUserCalibrationDataToPod_M(d, record); },
+        record1Ex = [](auto*d) { return zelStoreUserCalibrationDataToPodEx_M(d, &record); },
+        lcd = [](auto*d) { return zelStoreLCDCalibrationDataToPod_M(d, &record); },
+        crt = [](auto*d) { return zelStoreCRTCalibrationDataToPod_M(d, &record); };
     const struct {
-        std::uint16_t format;
-        bool clock;
-        bool dark;
-    } cases[] = {{5, false, false}, {7, false, false}, {8, true, false}, {12, true, false}, {13, true, true}};
-    for (const auto& c : cases) {
-        instrument = SoundInstrument(4);
-        instrument.PutWord(126, c.format);
-        instrument.PutFloat(94, 5e-7F);
-        attached = &instrument;
-        for (const int port : {0, 1}) {
-            device = {};
-            ASSERT_EQ(ZEL_OK, zelOpenCalibrator_M(&device, port, version));
-            EXPECT_EQ(c.clock ? double{5e-7F} : port == 0 ? 3.3333333e-7 : 2.5e-7, device.header.clockPeriod);
-            EXPECT_EQ(c.dark, device.header.darkCurrent[0] != 0.0);
-            AltrixClose_M(&device);
-        }
+        const char* what;
+        const char* cells;
+        std::function<std::int32_t(CalDataBlock*)> store;
+        const char* left; // slot 1, slot 2, format, active, in force, report
+    } cases[] = {
+        {"measured", "", byMeasuring, "double now, second second, 13, 1, double"},
+        {"4", "", fromFour, "new now, second second, 13, 1, new"},
+        {"8", "", fromEight, "new now, second second, 13, 1, new, rgbmat.txt"},
+        {"n", "", fromAny, "new now, second second, 13, 1, new, rgbmatN.txt"},
+        {"record", "", record1, "new, second second, 13, 1, new"},
+        {"LCD", "", lcd, "new, second second, 13, 1, new"},
+        {"CRT", "", crt, "works works, new, 13, 1, works"},
+        {"slot 1", "", data(1), "new now, second second, 13, 1, new, caldataN.txt"},
+        {"any slot", "", data(7), "new now, second second, 13, 1, new, caldataN.txt"},
+        {"slot 0", "", data(0), "works works, new now, 13, 0, works, caldataN.txt"},
+        {"old format: measured", " @126=0005", byMeasuring, "double now, works works, 7, 1, double"},
+        {"old format: 4", " @126=0005", fromFour, "new now, works works, 7, 1, new"},
+        {"old format: 8", " @126=0005", fromEight, "new now, works works, 7, 1, new, rgbmat.txt"},
+        {"old format: record", " @126=0002", record1Ex, "new, works works, 7, 1, new"},
+        {"old format: LCD", " @126=0005", lcd, "new, second second, 5, 1, new"},
+        {"old format: CRT", " @126=0005", crt, "works works, new, 5, 1, works"},
+        {"old format: slot 1", " @126=0005", data(1), "new now, second second, 5, 1, new, caldataN.txt"},
+        {"blank slot 2: n", " @90=ffffffff", fromAny, "new now, works works, 7, 1, new, rgbmatN.txt"},
+        {"no letter: slot 1", " @121=ff", data(1), "new now, second second, 13, 1, new, caldataN.txt"},
+        {"no letter, old format", " @121=ff @126=0005", data(1), "new now, works works, 7, 1, new, caldataN.txt"},
+    };
+    for (const auto& k : cases) {
+        SCOPED_TRACE(k.what);
+        AttachBy("4" + std::string(k.cells));
+        ASSERT_EQ(ZEL_OK, zelOpenCalibrator_M(&device, 0, version));
+        EXPECT_EQ(ZEL_OK, k.store(&device));
+        EXPECT_EQ(k.left, Left());
     }
-}
-
-TEST_F(MemoryTest, AClockThatIsTalkedAwayBreaksNothing)
-{
-    Open(9, true);
-    instrument.PutLong(90, 0xFFFFFFFF);
-    Reopen();
-    const CalibrationRecord record = {{1, 0, 0, 0, 1, 0, 0, 0, 1}, 5};
-    ASSERT_EQ(ZEL_OK, zelStoreUserCalibrationDataToPodEx_M(&device, &record));
-    EXPECT_EQ(7, device.eeprom.formatWord) << "was 13";
-    Reopen();
-    EXPECT_EQ(0.0, device.header.clockPeriod);
-    EXPECT_TRUE(std::isinf(device.header.targetCount));
-    ZelYxyz out;
-    zelMeasureLCDYxySim_M(&device, 1, &out);
-    EXPECT_NE(std::string::npos, instrument.TakeFrames().find("0D FF FF FF"));
-    EXPECT_EQ(ZEL_OK, zelMeasureYxyProgressive_M(&device, 1, &out)) << "ends";
-}
-
-TEST_F(MemoryTest, TheFirstUserCalibrationSavesTheFactorys)
-{
-    Open(4, true);
-    instrument.PutWord(126, 5);
-    instrument.PutLong(90, 0xFFFFFFFF);
-    Reopen();
-    const Colours colours = MakeColours(4);
-    ASSERT_EQ(ZEL_OK, zelStoreUserCalibrationEx_M(&device, colours.reference.data(), colours.vectors.data()));
-    EXPECT_EQ(7, instrument.cells[127]);
-    EXPECT_EQ(4.0e-3F, FloatAt(instrument, 54)) << "slot 1 of the factory";
-    EXPECT_EQ(1'000'000'000U, LongAt(instrument, 90));
-    for (int i = 0; i < 9; ++i)
-        EXPECT_NEAR(truth[i], device.header.calMatrix[i], 1e-6);
-    EXPECT_NEAR(static_cast<double>(seamClock) * 1e-6, LongAt(instrument, 50), 2.0);
-
-    ASSERT_EQ(ZEL_OK, zelStoreUserCalibrationEx_M(&device, colours.reference.data(), colours.vectors.data()));
-    EXPECT_EQ(4.0e-3F, FloatAt(instrument, 54)) << "once";
-    Reopen();
-    EXPECT_FLOAT_EQ(0.41F, static_cast<float>(device.header.calMatrix[0])) << "in force after the next start";
-
-    ASSERT_EQ(ZEL_OK, zelSelectCalibration_M(&device, 0));
-    EXPECT_EQ(4.0e-3F, device.header.calMatrix[0]);
-    ASSERT_EQ(ZEL_OK, zelRestoreFactoryCalibration_M(&device));
-    EXPECT_EQ(4.0e-3F, FloatAt(instrument, 4));
-    EXPECT_EQ(0, device.header.activeCalibration);
-}
-
-TEST_F(MemoryTest, ACorrectionMultipliesTheMatrixInForce)
-{
-    Open(9, true);
-    const Colours colours = MakeColours(4);
-    std::vector<ZelYxyz> measured;
-    for (const ZelYxyz& c : colours.reference)
-        measured.push_back({c.Y / 2, c.x, c.y, c.z});
-    ASSERT_EQ(ZEL_OK, zelStoreUserCalibration_M(&device, colours.reference.data(), measured.data()));
-    EXPECT_NEAR(8.0e-3, device.header.calMatrix[0], 1e-8);
-    EXPECT_NEAR(11.8e-3, device.header.calMatrix[8], 1e-8);
 }
 
 TEST_F(MemoryTest, SlotsAreRefusedInTheirOrder)
 {
-    const Colours colours = MakeColours(33);
-    const ZelYxyz* reference = colours.reference.data();
-    const ZelVector* vectors = colours.vectors.data();
-    std::vector<ZelYxyz> zeroX = colours.reference;
-    zeroX[2].x = 0.0;
-    std::vector<ZelVector> zeroBlue = colours.vectors;
-    zeroBlue[3].blue = 0.0;
-
-    EXPECT_EQ(ZEL_NOT_OPEN, zelStoreUserCalibrationNColors_M(&device, reference, vectors, 33));
-    Open(7, true);
-    EXPECT_EQ(ZEL_OUT_OF_RANGE, zelStoreUserCalibrationNColors_M(&device, reference, vectors, 33));
-    EXPECT_EQ(ZEL_NOT_AVAILABLE, zelStoreUserCalibrationNColors_M(&device, reference, vectors, 32));
-
-    Open(4, true);
-    EXPECT_EQ(ZEL_ZERO_COMPONENT, zelStoreUserCalibrationNColors_M(&device, zeroX.data(), vectors, 5));
-    EXPECT_EQ(ZEL_ZERO_COMPONENT, zelStoreUserCalibrationNColors_M(&device, reference, zeroBlue.data(), 5));
-    EXPECT_EQ(ZEL_OUT_OF_RANGE, zelStoreCalibrationData_M(&device, reference, vectors, 3, 1));
-    EXPECT_EQ(ZEL_ZERO_COMPONENT, zelStoreCalibrationData_M(&device, zeroX.data(), vectors, 4, 1));
-    EXPECT_EQ("", instrument.TakeFrames()) << "nothing written";
-    EXPECT_TRUE(std::filesystem::is_empty(folder.Path())) << "no report";
-    EXPECT_EQ(ZEL_OK, zelStoreCalibrationData_M(&device, reference, zeroBlue.data(), 6, 1));
-
-    for (const int format : {3, 6}) {
-        device.eeprom.formatWord = static_cast<std::uint16_t>(format);
-        device.eeprom.modelLetter = 0xFF;
-        EXPECT_EQ(ZEL_NO_SECOND_SLOT, zelSelectCalibration_M(&device, 1));
-        EXPECT_EQ(ZEL_NO_SECOND_SLOT, zelStoreUserCalibrationNColors_M(&device, zeroX.data(), vectors, 5));
-        EXPECT_EQ(ZEL_NO_MODEL_LETTER, zelStoreCalibrationData_M(&device, reference, vectors, 3, 0));
-        EXPECT_EQ(ZEL_NO_SECOND_SLOT, zelStoreCalibrationData_M(&device, reference, vectors, 3, 1));
+    const Colours c(33);
+    const ZelYxyz* r = c.reference.data();
+    const ZelVector* v = c.vectors.data();
+    EXPECT_EQ(ZEL_NOT_OPEN, zelStoreUserCalibrationNColors_M(&device, r, v, 33));
+    Open(7);
+    EXPECT_EQ(ZEL_OUT_OF_RANGE, zelStoreUserCalibrationNColors_M(&device, r, v, 33));
+    EXPECT_EQ(ZEL_NOT_AVAILABLE, zelStoreUserCalibrationNColors_M(&device, r, v, 32));
+    Open(4);
+    for (const int n : {-1, 0, 33})
+        EXPECT_EQ(ZEL_OUT_OF_RANGE, zelStoreUserCalibrationNColors_M(&device, r, v, n));
+    for (const int n : {3, 33})
+        EXPECT_EQ(ZEL_OUT_OF_RANGE, zelStoreCalibrationData_M(&device, r, v, n, 1));
+    for (int zero = 0; zero < 9; ++zero) { // Y, x, y of the reference and of the measured colours; red, green, blue
+        SCOPED_TRACE(zero);
+        std::vector<ZelYxyz> reference = c.reference, measured = c.dimmer;
+        std::vector<ZelVector> vectors = c.vectors;
+        double* const last[] = {&reference[3].Y, &reference[3].x, &reference[3].y,   &measured[3].Y,  &measured[3].x,
+                                &measured[3].y,  &vectors[3].red, &vectors[3].green, &vectors[3].blue};
+        *last[zero] = 0.0;
+        const auto expected = [&](int from, int to) { return zero >= from && zero < to ? ZEL_ZERO_COMPONENT : ZEL_OK; };
+        for (const bool longer : {false, true}) { // the fifth colour does not count
+            const int n = longer ? 4 : 3;
+            if (zero < 6 && longer) {
+                EXPECT_EQ(expected(0, 6), zelStoreUserCalibration_M(&device, reference.data(), measured.data()));
+            }
+            if (zero < 3 || zero >= 6) {
+                EXPECT_EQ(longer ? ZEL_ZERO_COMPONENT : ZEL_OK,
+                          zelStoreUserCalibrationNColors_M(&device, reference.data(), vectors.data(), n));
+            }
+        }
+        if (expected(0, 3) != ZEL_OK) {
+            instrument.TakeFrames();
+            Left();
+            EXPECT_EQ(ZEL_ZERO_COMPONENT, zelStoreCalibrationData_M(&device, reference.data(), v, 4, 1));
+            EXPECT_EQ("", instrument.TakeFrames()) << "nothing written";
+            EXPECT_TRUE(std::filesystem::is_empty(folder.Path())) << "no report";
+        } else {
+            EXPECT_EQ(ZEL_OK, zelStoreCalibrationData_M(&device, r, vectors.data(), 4, 1)) << "vectors are not tested";
+        }
     }
-    device.eeprom.formatWord = 5;
-    EXPECT_EQ(ZEL_SLOT_BLANK, zelSelectCalibration_M(&device, 1));
-    EXPECT_EQ(ZEL_SLOT_BLANK, zelRestoreFactoryCalibration_M(&device));
-    device.eeprom.formatWord = 13;
-    device.eeprom.date2 = 0xFFFFFFFF;
-    EXPECT_EQ(ZEL_SLOT_BLANK, zelSelectCalibration_M(&device, 0));
+    for (const std::uint16_t format : {std::uint16_t{3}, std::uint16_t{6}}) {
+        device.eeprom.formatWord = format;
+        device.eeprom.modelLetter = 0xFF;
+        EXPECT_EQ(ZEL_NO_MODEL_LETTER, zelStoreCalibrationData_M(&device, r, v, 3, 0));
+        EXPECT_EQ(ZEL_NO_SECOND_SLOT, zelStoreCalibrationData_M(&device, r, v, 3, 1));
+    }
 }
 
-TEST_F(MemoryTest, TheSlotForOtherScreensIsStoredAndChosenByItself)
+TEST_F(MemoryTest, SlotsAreStoredChosenAndCopiedOneByOne)
 {
-    Open(4, true);
-    ASSERT_EQ(ZEL_OK, zelSelectCalibration_M(&device, 100));
-    ZelYxyz out;
-    EXPECT_EQ(ZEL_NO_COLOUR, zelMeasureYxy_M(&device, 1, &out)) << "nothing stored there yet";
-    ASSERT_EQ(ZEL_OK, zelSelectCalibration_M(&device, 1));
-    const CalibrationRecord record = {{1, 2, 3, 4, 5, 6, 7, 8, 10}, 1234};
+    Open(4);
     ASSERT_EQ(ZEL_OK, zelStoreCRTCalibrationDataToPod_M(&device, &record));
-    EXPECT_EQ(1, device.header.activeCalibration);
-    EXPECT_EQ(4.0e-3F, device.header.calMatrix[0]);
-    ASSERT_EQ(ZEL_OK, zelSelectCalibration_M(&device, 2));
-    EXPECT_EQ(1, device.header.activeCalibration);
     ASSERT_EQ(ZEL_OK, zelSelectCalibration_M(&device, 100));
-    EXPECT_EQ(10.0, device.header.calMatrix[8]);
+    EXPECT_EQ("works works, new, 13, 100, new", Left());
     CalibrationRecord read{};
     ASSERT_EQ(ZEL_OK, zelRetrieveCRTCalibrationDataFromPod_M(&device, &read));
-    EXPECT_EQ(0, std::memcmp(&record, &read, offsetof(CalibrationRecord, date) + 4));
+    EXPECT_EQ(1234, read.date);
+    for (int i = 0; i < 9; ++i)
+        EXPECT_EQ(static_cast<float>(truth[i]), read.matrix[i]);
+    for (const auto retrieve : {zelRetrieveUserCalibrationDataFromPod_M, zelRetrieveLCDCalibrationDataFromPod_M}) {
+        device.eeprom.date1 = 0;
+        ASSERT_EQ(ZEL_OK, retrieve(&device, &read));
+        EXPECT_EQ("works", MatrixName(read.matrix[0], read.matrix[8]));
+        EXPECT_EQ(1'000'000'000, read.date);
+        EXPECT_EQ(1'000'000'000U, device.eeprom.date1);
+    }
+    ASSERT_EQ(ZEL_OK, zelRestoreFactoryCalibration_M(&device));
+    EXPECT_EQ("new, new, 13, 0, new", Left());
+    EXPECT_EQ(1234U, device.eeprom.date1);
 
+    Open(4);
+    ASSERT_EQ(ZEL_OK, AltrixStoreCalData_1_ToEEPROM_M(&device, &record));
+    EXPECT_EQ("new, second second, 13, 0, works", Left()) << "not in force";
+    EXPECT_EQ(0.41F, device.eeprom.eepromMatrix1[0]);
+    ASSERT_EQ(ZEL_OK, AltrixCopyCalData_1_To_2_M(&device));
+    EXPECT_EQ("new, new, 13, 0, works", Left());
+    EXPECT_EQ(0.95F, device.eeprom.eepromMatrix2[8]);
+    EXPECT_EQ(1234U, device.eeprom.date2);
+
+    Open(4);
+    ASSERT_EQ(ZEL_OK, AltrixStoreCalData_2_ToEEPROM_M(&device, &record));
+    ASSERT_EQ(ZEL_OK, AltrixRestoreCalData_2_To_1_M(&device));
+    EXPECT_EQ("new, new, 13, 0, works", Left());
+    EXPECT_EQ(0.95F, device.eeprom.eepromMatrix1[8]);
     ASSERT_EQ(ZEL_OK, AltrixResetCalData_2_M(&device));
-    EXPECT_EQ(ZEL_SLOT_BLANK, AltrixInitCalData_2_M(&device));
+    EXPECT_EQ(0xFFFFFFFF, device.eeprom.date2);
+    EXPECT_TRUE(std::isnan(device.eeprom.eepromMatrix2[0]));
+    const std::vector<std::uint8_t> blank(40, 0xFF);
+    EXPECT_EQ(0, std::memcmp(blank.data(), instrument.cells.data() + 54, 40));
+    EXPECT_NE(0xFF, instrument.cells[94]);
     EXPECT_EQ(ZEL_SLOT_BLANK, zelSelectCalibration_M(&device, 1));
+}
+
+TEST_F(MemoryTest, AStoreThatBreaksLeavesTheCellsWrittenSoFar)
+{
+    Open(4, false);
+    instrument.SetFault(ScriptedInstrument::Fault::silence, 6, 1, 7);
+    EXPECT_EQ(ZEL_NO_REPLY, AltrixStoreCalData_1_ToEEPROM_M(&device, &record));
+    const ScriptedInstrument sound = SoundInstrument(4);
+    int changed = 0;
+    for (unsigned i = 4; i < 54; ++i)
+        changed += instrument.cells[i] != sound.cells[i];
+    EXPECT_EQ(6, changed) << "the sixth write arrived, its answer did not";
+    EXPECT_EQ(4.0e-3F, device.eeprom.eepromMatrix1[0]) << "not read back";
+    EXPECT_EQ(1, device.header.isOpen);
 }
 
 TEST_F(MemoryTest, ReportsTellWhatWasFitted)
 {
-    Open(4, true);
-    const Colours colours = MakeColours(4);
+    Open(4);
+    const Colours c(4);
     for (const char* locale : {"C", "de_DE.UTF-8"}) {
         std::setlocale(LC_ALL, locale);
-        ASSERT_EQ(ZEL_OK, zelStoreCalibrationData_M(&device, colours.reference.data(), colours.vectors.data(), 4, 1));
+        ASSERT_EQ(ZEL_OK, zelStoreCalibrationData_M(&device, c.reference.data(), c.vectors.data(), 4, 1));
         std::setlocale(LC_ALL, "C");
         std::ifstream report("caldataN.txt");
-        std::string word;
-        std::vector<std::string> words;
-        while (report >> word)
-            words.push_back(word);
+        std::vector<std::string> words{std::istream_iterator<std::string>(report), {}};
         ASSERT_EQ(5U + 12 + 12 + 9 + 12 + 12, words.size());
         EXPECT_EQ("XYZ", words[0]);
         EXPECT_EQ("RGB", words[13]);
         EXPECT_EQ("Matrix:", words[26]);
         EXPECT_EQ("XYZ", words[36]);
         EXPECT_EQ("RGB", words[49]);
-        EXPECT_NEAR(0.41, std::stod(words[27]), 1e-6);
         EXPECT_EQ("4.100000e-01", words[27]);
-        EXPECT_NEAR(colours.vectors[1].red, std::stod(words[15]), 1e-4) << "row by row";
-        EXPECT_NEAR(colours.vectors[0].green, std::stod(words[51]), 1e-4) << "colour by colour";
+        EXPECT_NEAR(c.vectors[1].red, std::stod(words[15]), 1e-4) << "row by row";
+        EXPECT_NEAR(c.vectors[0].green, std::stod(words[51]), 1e-4) << "colour by colour";
+        EXPECT_NEAR(c.reference[0].Y, std::stod(words[38]), 1e-4);
+        report.clear();
+        report.seekg(0);
+        std::vector<std::string> lines;
+        for (std::string line; std::getline(report, line);)
+            lines.push_back(line);
+        EXPECT_EQ(5U + 12 + 12 + 9 + 4 + 4, lines.size());
     }
-    const Colours eight = MakeColours(8);
-    ASSERT_EQ(ZEL_OK, zelStoreUserCalibrationRGB_M(&device, eight.reference.data(), eight.vectors.data()));
-    ASSERT_EQ(ZEL_OK, zelStoreUserCalibrationNColors_M(&device, eight.reference.data(), eight.vectors.data(), 8));
-    EXPECT_TRUE(std::filesystem::exists("rgbmat.txt"));
-    EXPECT_TRUE(std::filesystem::exists("rgbmatN.txt"));
+    std::filesystem::remove("caldataN.txt");
+    std::filesystem::create_directory("caldataN.txt"); // cannot be written
+    EXPECT_EQ(ZEL_OK, zelStoreCalibrationData_M(&device, c.reference.data(), c.vectors.data(), 4, 1));
 
-    std::filesystem::remove("rgbmat.txt");
-    std::filesystem::create_directory("rgbmat.txt"); // cannot be written
-    EXPECT_EQ(ZEL_OK, zelStoreUserCalibrationRGB_M(&device, eight.reference.data(), eight.vectors.data()));
-}
-
-TEST_F(MemoryTest, TooFewColoursFitNothing)
-{
-    Open(4, true);
-    const ZelYxyz white = {100, 0.25, 0.5, 0.25};
     const ZelVector ones = {1, 1, 1};
-    EXPECT_EQ(ZEL_OK, zelStoreUserCalibrationNColors_M(&device, &white, &ones, 1));
-    EXPECT_FALSE(std::isfinite(device.header.calMatrix[0]));
+    EXPECT_EQ(ZEL_OK, zelStoreUserCalibrationNColors_M(&device, c.reference.data(), &ones, 1));
+    EXPECT_FALSE(std::isfinite(device.header.calMatrix[0])) << "one colour fits nothing";
+    std::ifstream report("rgbmatN.txt");
+    const std::vector<std::string> words{std::istream_iterator<std::string>(report), {}};
+    EXPECT_NE(std::string::npos, words.at(9).find_first_of("ni")) << "inf or nan";
 }
 
 TEST_F(MemoryTest, TheMemoryCanBeReadInReadableForm)
 {
-    Open(4, true);
-    ParsedEEPROMEx read{};
-    ParsedEEPROMEx parsed{};
-    std::uint8_t bytes[256];
-    ASSERT_EQ(ZEL_OK, AltrixReadEntireEEPROM_M(&device, bytes));
-    std::copy_n(instrument.cells.begin() + 128, 128, bytes + 128);
-    ASSERT_EQ(ZEL_OK, AltrixReadExtendedEEPROMStruct_M(&device, &read));
-    ASSERT_EQ(ZEL_OK, AltrixParseExtendedEEPROMStruct_M(&device, &parsed, bytes));
-    for (const ParsedEEPROMEx& p : {read, parsed}) {
-        EXPECT_EQ(20004U, p.base.serialNumber);
-        EXPECT_DOUBLE_EQ(4e-6, p.base.tick);
-        EXPECT_DOUBLE_EQ(60.0, p.base.refreshRate);
-        EXPECT_STREQ("Sun Sep  9 01:46:40 2001", p.base.date1Text);
-        EXPECT_EQ(0.251F, p.base.dark[0]);
-        EXPECT_EQ(0U, p.base.darkInteger[0]);
-        EXPECT_EQ(13, p.base.formatWord);
-        EXPECT_EQ(2.5, p.page2[1]);
+    for (const char* text : {"4 @44=006400c80190", "11 @103=000003200000032100000322"}) {
+        AttachBy(text);
+        ASSERT_EQ(ZEL_OK, zelOpenCalibrator_M(&device, 0, version));
+        const bool integers = device.header.calibratorType == 11;
+        ParsedEEPROMEx forms[2] = {};
+        std::uint8_t bytes[256];
+        ASSERT_EQ(ZEL_OK, AltrixReadEntireEEPROM_M(&device, bytes));
+        std::copy_n(instrument.cells.begin() + 128, 128, bytes + 128);
+        instrument.TakeFrames();
+        ASSERT_EQ(ZEL_OK, AltrixReadExtendedEEPROMStruct_M(&device, &forms[0]));
+        EXPECT_EQ(integers, instrument.TakeFrames().find("14 00 80") != std::string::npos);
+        ASSERT_EQ(ZEL_OK, AltrixParseExtendedEEPROMStruct_M(&device, &forms[1], bytes));
+        ParsedEEPROM shorter[2] = {};
+        ASSERT_EQ(ZEL_OK, AltrixReadEEPROMStruct_M(&device, &shorter[0]));
+        ASSERT_EQ(ZEL_OK, AltrixParseEEPROMStruct_M(&device, &shorter[1], bytes));
+        for (const ParsedEEPROM& p : {forms[0].base, forms[1].base, shorter[0], shorter[1]}) {
+            EXPECT_EQ(integers ? 20011U : 20004U, p.serialNumber);
+            EXPECT_DOUBLE_EQ(integers ? 2.5e-6 : 4e-6, p.tick);
+            EXPECT_DOUBLE_EQ(60.0, p.refreshRate);
+            EXPECT_EQ(integers ? 100 : 400, p.calPeriods[2]);
+            EXPECT_EQ("works", MatrixName(p.matrix1[0], p.matrix1[8]));
+            EXPECT_EQ("second", MatrixName(p.matrix2[0], p.matrix2[8]));
+            EXPECT_STREQ("Sun Sep  9 01:46:40 2001", p.date1Text);
+            EXPECT_STREQ("Sun Sep  9 01:46:41 2001", p.date2Text);
+            EXPECT_STREQ("Sun Sep  9 01:46:42 2001", p.date3Text);
+            EXPECT_EQ(3.3333333e-7F, p.clock);
+            EXPECT_EQ(1, p.extraByte102);
+            EXPECT_EQ(2, p.extraByte115);
+            EXPECT_EQ(integers ? 0.0 : 0.251F, p.dark[0]);
+            EXPECT_EQ(integers ? 802U : 0U, p.darkInteger[2]);
+            EXPECT_EQ('C', p.modelLetter);
+            EXPECT_EQ(13, p.formatWord);
+        }
+        EXPECT_EQ(2.5, forms[0].page2[1]);
+        EXPECT_EQ(3.5, forms[1].page2[2]);
+        char date[64];
+        ASSERT_EQ(ZEL_OK, zelGetCalibrationDate_M(&device, date));
+        EXPECT_STREQ("Sun Sep  9 01:46:40 2001\n", date);
     }
-    char date[64];
+    AttachBy("4 @50=ffffffff");
+    ASSERT_EQ(ZEL_OK, zelOpenCalibrator_M(&device, 0, version));
+    char date[64] = "before";
     ASSERT_EQ(ZEL_OK, zelGetCalibrationDate_M(&device, date));
-    EXPECT_STREQ("Sun Sep  9 01:46:40 2001\n", date);
-
-    Open(11, true);
-    ASSERT_EQ(ZEL_OK, TenrixSetDarkCurrent_M(&device, 1, 2, 3));
-    for (unsigned i = 0; i < 3; ++i)
-        instrument.PutLong(103 + 4 * i, 800 + i);
-    read = {};
-    ASSERT_EQ(ZEL_OK, AltrixReadEEPROMStruct_M(&device, &read.base));
-    EXPECT_EQ(801U, read.base.darkInteger[1]);
-    EXPECT_EQ(0.0, read.base.dark[1]);
-    double dark[3];
-    ASSERT_EQ(ZEL_OK, zelGetDarkCurrentEx_M(&device, dark));
-    EXPECT_EQ(802.0, dark[2]);
-
-    Open(10, true);
-    dark[0] = -7.0;
-    ASSERT_EQ(ZEL_OK, zelGetDarkCurrentEx_M(&device, dark));
-    EXPECT_EQ(-7.0, dark[0]) << "not told by this type";
+    EXPECT_STREQ("", date) << "blank";
 }
 
-TEST_F(MemoryTest, WritingSendsOnlyWhatDiffers)
+TEST_F(MemoryTest, TheRecordHoldsBothLayouts)
 {
-    Open(4, true);
-    ASSERT_EQ(ZEL_OK, AltrixWriteEEPROMByte_M(&device, 121, 'C'));
-    EXPECT_EQ("08 79", instrument.TakeFrames());
-    ASSERT_EQ(ZEL_OK, AltrixSetPodID_M(&device, 'D'));
-    EXPECT_EQ("08 79, 07 79 44", instrument.TakeFrames());
-    std::uint8_t cells[20] = {};
-    Open(11, true);
-    EXPECT_EQ(ZEL_OK, AltrixReadEEPROM_M(&device, 126, 129, cells));
-    EXPECT_EQ("14 00 7E, 14 00 7F, 14 00 80", instrument.TakeFrames()) << "up to the end";
-    EXPECT_EQ(ZEL_OK, TenrixReadEEPROM_M(&device, 126, 2, cells));
-    EXPECT_EQ("14 00 7E, 14 00 7F", instrument.TakeFrames()) << "so many";
-    EXPECT_EQ(ZEL_BAD_ARGUMENT, TenrixReadEEPROM_M(&device, 0, 8193, cells));
-    EXPECT_EQ(ZEL_OK, TenrixReadEEPROM_M(&device, 0, 0, cells));
+    Open(16);
+    ZelEEPROM e{};
+    ASSERT_EQ(ZEL_OK, AltrixReturnEEPROMStructure_M(&device, &e));
+    EXPECT_EQ(14014U, e.serialNumber);
+    EXPECT_EQ(31250, e.calRateWord);
+    EXPECT_EQ(1'000'000'000U, e.date1);
+    EXPECT_EQ(1'000'000'001U, e.date2);
+    const float factors[] = {0.01F, 0.29F, 0.33F, 0.17F, 0.37F, 0.41F};
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_NEAR(factors[i], e.eepromMatrix1[i], 1e-6);
+        EXPECT_NEAR(factors[i + 3], e.eepromMatrix2[i], 1e-6);
+        EXPECT_NEAR(0.25 + 0.05 * i, e.darkFloats[i], 1e-6);
+    }
+    EXPECT_EQ('D', e.modelLetter);
+    EXPECT_EQ(13, e.formatWord);
+
+    Open(19);
+    ASSERT_EQ(ZEL_OK, AltrixReturnEEPROMStructure_M(&device, &e));
+    EXPECT_EQ(1'000'000'002U, e.date3);
+    EXPECT_EQ(1.5F, e.page2Floats[0]);
+    EXPECT_NEAR(0.7, e.ambientScale[2], 1e-6);
+    ZelCalHeader header{};
+    ASSERT_EQ(ZEL_OK, AltrixReturnCalHeader_M(&device, &header));
+    EXPECT_EQ(0, std::memcmp(&header, &device.header, sizeof header));
+
+    Open(4);
+    std::uint8_t image[128];
+    std::copy_n(instrument.cells.begin(), 128, image);
+    image[0] ^= 1;
+    image[127] ^= 1;
+    ASSERT_EQ(ZEL_OK, AltrixWriteEntireEEPROM_M(&device, image));
+    EXPECT_TRUE(std::equal(image, image + 128, instrument.cells.begin()));
+    const std::string frames = instrument.TakeFrames();
+    EXPECT_EQ(128 + 2, std::ranges::count(frames, ',') + 1) << "writes what differs";
 }
