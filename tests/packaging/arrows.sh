@@ -38,15 +38,6 @@ find Vondrel toolkit control platform virtual -name '*.cpp' -o -name '*.h' | LC_
             split(lines[i], words, " ")
             rank[words[1]] = words[2]
         }
-        device = "Vondrel/DeviceDriver/"
-        known[device "ox/LowLevel/BrindleLowLevelDriver.cpp " device "GENERIC/Calculation/Truncate.h"]
-        known[device "ox/LowLevel/BrindleRAM.cpp " device "GENERIC/Calculation/Truncate.h"]
-        known[device "ox/LowLevel/LowLevelDriver.h " device "GENERIC/Calculation/SensorData.h"]
-        kinds = device "ox/c_sdk/src/ox_c_sdk/DeviceKinds.cpp "
-        known[kinds device "ox/c_sdk/src/ox/OrvexContextValidator.h"]
-        known[kinds device "ox/c_sdk/src/ox/OrvexSDKProxy.h"]
-        known[kinds device "ox/c_sdk/src/zelkova/ZelkovaContextValidator.h"]
-        known[kinds device "ox/c_sdk/src/zelkova/ZelkovaSDKProxy.h"]
     }
     {
         split($3, parts, "\"")
@@ -62,8 +53,6 @@ find Vondrel toolkit control platform virtual -name '*.cpp' -o -name '*.h' | LC_
         to = room(target)
         ++seen
         wrong = ""
-        if (($1 " " target) in known)
-            next
         if (to < from)
             wrong = "climbs"
         else if (!to && target !~ /^virtual\//)

@@ -50,7 +50,7 @@ TEST_F(Driver, OpensWithOneReadOfTheMemoryAndClosesWithTheLog)
         Properties calibration("CalibrationData");
         driver->LoadData(calibration);
         EXPECT_EQ(calibration.GetProperty(MinIntegrationTime).AsFloat(), shortest);
-        driver->GetLogData(false).Increment(LampMeasurementCount, 1);
+        driver->GetLogData(false).SetItem(LampMeasurementCount, version);
         const auto before = Memory();
         EXPECT_EQ(TakeTrace(), "");
         driver = {};

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Vondrel/DeviceDriver/GENERIC/Configuration/Properties.h"
+#include "tests/support/Thrown.h"
 #include "tests/wire/Samples.h"
-#include "tests/wire/Thrown.h"
 #include "virtual/orvex-virtual.h"
 
 #include <gmock/gmock.h>

@@ -8,7 +8,6 @@
 #include "Vondrel/DeviceDriver/GENERIC/Measurement/ServiceHandle.h"
 #include "Vondrel/DeviceDriver/GENERIC/Measurement/TransmissionHandle.h"
 #include "Vondrel/DeviceDriver/GENERIC/Utilities/Timing.h"
-#include "Vondrel/DeviceDriver/ox/USB/DeviceMessage.h"
 #include "Vondrel/DeviceDriver/ox/USB/USBBrowser.h"
 #include "Vondrel/Utilities/Exceptions/DeviceDriverException.h"
 #include "Vondrel/Utilities/Exceptions/ResourceException.h"
@@ -36,7 +35,6 @@ using Driver = Utilities::Tools::SmartPointer<LowLevelDriver>;
 
 constexpr std::int32_t monitorDeviceType = 2;
 constexpr std::int32_t ambientLightBits = 0x6000;
-constexpr std::int32_t resetAll = 31;
 constexpr std::int32_t retryDelayMs = 100;
 
 template<typename H>
@@ -158,7 +156,7 @@ try {
         }
     }
     if (GetMode() == RemissionScanMode) {
-        HandleSession(GetHandle(ServiceMode))->SetPhysicalCondition(Id::ResetMask, resetAll);
+        HandleSession(GetHandle(ServiceMode))->SetPhysicalCondition(Id::ResetMask, Generic::resetAll);
         throw std::runtime_error("system busy. try again");
     }
     return MeasureOnce();
@@ -253,9 +251,9 @@ TRACE_GUARD("Orvex", "IsOrvexMonitor")
 
 void Orvex::MessageFromDevice(unsigned short id, std::int32_t)
 try {
-    if (id == deviceGoneMessage)
+    if (id == Generic::deviceGoneMessage)
         removed = true;
-    if (id == buttonPressedMessage)
+    if (id == Generic::buttonPressedMessage)
         keyPressed = true;
     messages.Post(id, serialNumber);
 }

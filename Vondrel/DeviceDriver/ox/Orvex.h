@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Vondrel/DeviceDriver/GENERIC/Measurement/HighLevelDriver.h"
-#include "Vondrel/DeviceDriver/GENERIC/Utilities/EventListener.h"
-#include "Vondrel/DeviceDriver/ox/LowLevel/LowLevelDriver.h"
+#include "Vondrel/DeviceDriver/GENERIC/EventListener.h"
+#include "Vondrel/DeviceDriver/GENERIC/HighLevelDriver.h"
+#include "Vondrel/DeviceDriver/GENERIC/LowLevelDriver.h"
 #include "Vondrel/DeviceDriver/ox/MessagePump.h"
 #include "Vondrel/Utilities/Tools/SmartPointer.h"
 

@@ -2,7 +2,7 @@
 
 #include "tests/wire/real/KernelUsb.h"
 #include "Vondrel/DeviceDriver/ox/LowLevel/BrindleLowLevelDriver.h"
-#include "tests/wire/Thrown.h"
+#include "tests/support/Thrown.h"
 
 #include <gmock/gmock.h>
 

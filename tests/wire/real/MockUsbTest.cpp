@@ -4,7 +4,7 @@
 #include "Vondrel/DeviceDriver/ox/LowLevel/BrindleLowLevelDriver.h"
 #include "Vondrel/DeviceDriver/ox/USB/USBBrowser.h"
 #include "platform/Usb.h"
-#include "tests/wire/Thrown.h"
+#include "tests/support/Thrown.h"
 
 #include <gmock/gmock.h>
 #include <malloc.h>

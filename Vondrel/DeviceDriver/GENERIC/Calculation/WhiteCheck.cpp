@@ -1,5 +1,6 @@
 #include "Vondrel/DeviceDriver/GENERIC/Calculation/WhiteCheck.h"
 
+#include "Vondrel/DeviceDriver/GENERIC/Configuration/PropertyId.h"
 #include "Vondrel/Utilities/Exceptions/DeviceDriverException.h"
 #include "Vondrel/Utilities/Exceptions/TraceGuard.h"
 
@@ -21,7 +22,6 @@ struct WhiteShape {
     Range red;         ///< mean of 600 to 650 nm
 };
 
-constexpr std::int32_t ultravioletFilter = 130;
 constexpr WhiteShape filteredShape = {{0.0F, 0.05F}, {1.2F, 1.76F}};
 constexpr WhiteShape unfilteredShape = {{0.11F, 0.22F}, {1.35F, 1.6F}};
 
@@ -57,7 +57,7 @@ try {
     for (std::size_t band = 0; band < relative.size(); ++band)
         relative[band] = Quotient(Quotient(spectrum[band], reference[band]), level550);
 
-    const WhiteShape& shape = filter == ultravioletFilter ? filteredShape : unfilteredShape;
+    const WhiteShape& shape = filter == Configuration::ultravioletFilter ? filteredShape : unfilteredShape;
     return shape.ultraviolet.Holds(Level(relative, 0, 1)) && shape.red.Holds(Level(relative, band600, band650));
 }
 TRACE_GUARD("", "HasShapeOfWhite")

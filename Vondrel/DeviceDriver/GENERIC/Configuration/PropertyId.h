@@ -12,6 +12,9 @@ enum PropertyId : std::uint16_t {
 #undef PROPERTY
 };
 
+/// The value of PhysicalFilter of an instrument whose filter lets no ultraviolet through.
+inline constexpr std::int32_t ultravioletFilter = 130;
+
 /// One row of the table of all properties.
 struct PropertyRow {
     /// Type and default length; the real length of a vector is what the stored data has.

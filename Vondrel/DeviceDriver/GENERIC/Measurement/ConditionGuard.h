@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Vondrel/DeviceDriver/GENERIC/Measurement/HighLevelDriver.h"
+#include "Vondrel/DeviceDriver/GENERIC/HighLevelDriver.h"
 
 #include <array>
 #include <cstddef>

@@ -3,8 +3,8 @@
 #include "Vondrel/DeviceDriver/GENERIC/Calculation/DriverCalculation.h"
 #include "Vondrel/DeviceDriver/GENERIC/Calculation/SensorData.h"
 #include "Vondrel/DeviceDriver/GENERIC/Configuration/Properties.h"
-#include "Vondrel/DeviceDriver/GENERIC/Measurement/HighLevelDriver.h"
-#include "Vondrel/DeviceDriver/ox/LowLevel/LowLevelDriver.h"
+#include "Vondrel/DeviceDriver/GENERIC/HighLevelDriver.h"
+#include "Vondrel/DeviceDriver/GENERIC/LowLevelDriver.h"
 #include "Vondrel/Utilities/Tools/SmartPointer.h"
 
 #include <cstdint>

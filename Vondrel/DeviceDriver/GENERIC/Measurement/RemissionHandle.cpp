@@ -2,7 +2,6 @@
 
 #include "Vondrel/DeviceDriver/GENERIC/Configuration/PropertyId.h"
 #include "Vondrel/DeviceDriver/GENERIC/Utilities/Timing.h"
-#include "Vondrel/DeviceDriver/ox/LowLevel/BrindleLog.h"
 #include "Vondrel/Utilities/Exceptions/TraceGuard.h"
 
 #include <exception>

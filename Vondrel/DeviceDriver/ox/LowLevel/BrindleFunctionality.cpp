@@ -1,6 +1,7 @@
 #include "Vondrel/DeviceDriver/ox/LowLevel/BrindleFunctionality.h"
 
 #include "Vondrel/DeviceDriver/GENERIC/Configuration/EndianConversion.h"
+#include "Vondrel/DeviceDriver/GENERIC/LowLevelDriver.h"
 #include "Vondrel/Utilities/Exceptions/DeviceDriverException.h"
 #include "Vondrel/Utilities/Exceptions/TraceGuard.h"
 
@@ -12,7 +13,6 @@ namespace EndianConversion = Generic::Configuration::EndianConversion;
 
 namespace {
 
-constexpr std::uint16_t resetAtOpening = 31;
 constexpr std::size_t maxWriteBlock = 256;
 constexpr std::size_t maxBulkSize = 65535; // of a size field with two bytes
 
@@ -34,7 +34,7 @@ std::uint16_t WordAt(const std::uint8_t* bytes)
 
 BrindleFunctionality::BrindleFunctionality(Generic::EventListener* listener, std::int32_t deviceIndex)
 try : functionality(BrindleFunctionalityByte::Instance(listener, deviceIndex)) {
-    Reset(resetAtOpening);
+    Reset(Generic::resetAll);
 }
 TRACE_GUARD("BrindleFunctionality", "BrindleFunctionality")
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Vondrel/DeviceDriver/GENERIC/UsageLog.h"
 #include "Vondrel/DeviceDriver/ox/LowLevel/BrindleEAT.h"
 
 #include <vector>
@@ -8,7 +9,7 @@ namespace Vondrel::DeviceDriver::ox {
 
 /// The instrument's counters of its own use, and its last calibration. The EEPROM holds two copies; this is the good
 /// one of them. It counts the changes and says when the log should go back to the instrument. Not locked.
-class BrindleLog {
+class BrindleLog : public Generic::UsageLog {
 public:
     /// Reads the first copy or, when its checksum is wrong, the second; when that is wrong too, all items are 0.
     BrindleLog(std::span<const std::uint8_t> image, const BrindleEAT& eat);
@@ -27,9 +28,8 @@ public:
     /// @throws ResourceException "id ... doesn't exist"
     void Increment(std::uint16_t id, std::int32_t amount);
     void Increment(std::uint16_t id, float amount);
-    void SetItem(std::uint16_t id, const Generic::Configuration::Property& value);
-    /// @throws ResourceException "id ... doesn't exist"
-    const Generic::Configuration::Property& GetItem(std::uint16_t id) const;
+    void SetItem(std::uint16_t id, const Generic::Configuration::Property& value) override;
+    const Generic::Configuration::Property& GetItem(std::uint16_t id) const override;
 
     const Generic::Configuration::Properties& GetContainer() const { return container; }
 

@@ -34,10 +34,6 @@ using Utilities::Tools::SmartPointer;
 
 namespace {
 
-constexpr std::uint16_t resetAll = 31;
-constexpr std::uint16_t resetForPower = 1;
-constexpr std::uint16_t resetAfterFailedSpot = 7;
-
 constexpr std::int32_t statusNotEnoughPower = 8;
 constexpr int powerRetries = 20;
 constexpr std::int32_t powerRetryMs = 100;
@@ -49,7 +45,6 @@ constexpr std::int32_t maxSpectra = 65535; // as many as the instrument's counte
 
 constexpr std::int32_t standardType = 1;
 constexpr std::int32_t standardTypeWithFilter = 11;
-constexpr std::int32_t filterOfThatType = 130;
 
 /// An image of this one byte at address 0 announces a download to the EEPROM.
 bool IsRAMFrimware(const FirmwareBlocks& image)
@@ -117,7 +112,7 @@ void BrindleLowLevelDriver::EstablishHighPowerMode()
 try {
     try {
         if (LacksPower()) {
-            ResetIO(resetForPower);
+            ResetIO(Generic::resetPower);
             for (int i = 0; LacksPower(); ++i) {
                 Timing::Instance()->DeviceDriverSleep(powerRetryMs);
                 if (i > powerRetries)
@@ -126,10 +121,10 @@ try {
             }
         }
     } catch (...) {
-        ResetIO(resetAll);
+        ResetIO(Generic::resetAll);
         throw;
     }
-    ResetIO(resetAll);
+    ResetIO(Generic::resetAll);
 }
 TRACE_GUARD("BrindleLowLevelDriver", "EstablishHighPowerMode")
 
@@ -202,7 +197,7 @@ try {
         try {
             functionality->MeasureRequest(blocks, limitSeconds);
         } catch (const IOException&) {
-            ResetIO(resetAfterFailedSpot);
+            ResetIO(Generic::resetMeasurement);
             throw;
         }
     };
@@ -248,7 +243,7 @@ try {
     if (!container.Contains(DeviceType))
         return;
     const auto filter = eeprom->Load(PhysicalFilter).AsLong();
-    if (filter == filterOfThatType && container.GetProperty(DeviceType).AsLong() == standardType)
+    if (filter == ultravioletFilter && container.GetProperty(DeviceType).AsLong() == standardType)
         container.SetProperty(DeviceType, standardTypeWithFilter);
 }
 TRACE_GUARD("BrindleLowLevelDriver", "LoadData")

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "Vondrel/DeviceDriver/GENERIC/LowLevelDriver.h"
 #include "Vondrel/DeviceDriver/ox/LowLevel/BrindleEEPROM.h"
 #include "Vondrel/DeviceDriver/ox/LowLevel/BrindleRAM.h"
-#include "Vondrel/DeviceDriver/ox/LowLevel/LowLevelDriver.h"
 #include "Vondrel/DeviceDriver/ox/LowLevel/RawTransform.h"
 
 namespace Vondrel::DeviceDriver::ox {

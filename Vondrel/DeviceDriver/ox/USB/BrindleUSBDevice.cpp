@@ -1,6 +1,5 @@
 #include "Vondrel/DeviceDriver/ox/USB/BrindleUSBDevice.h"
 
-#include "Vondrel/DeviceDriver/ox/USB/DeviceMessage.h"
 #include "Vondrel/DeviceDriver/ox/USB/RequestBlock.h"
 #include "Vondrel/Utilities/Exceptions/TraceGuard.h"
 #include "Vondrel/Utilities/Multithreading/ScopedLock.h"
@@ -72,7 +71,7 @@ try {
     ScopedLock guard(deviceLock);
     if (listener)
         listener->MessageFromDevice(message, source);
-    if (message != deviceGoneMessage)
+    if (message != Generic::deviceGoneMessage)
         return;
     bulkOut->Close();
     bulkIn->Close();

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Vondrel/DeviceDriver/GENERIC/Utilities/EventListener.h"
+#include "Vondrel/DeviceDriver/GENERIC/EventListener.h"
 #include "Vondrel/DeviceDriver/ox/USB/InterruptListener.h"
 #include "Vondrel/DeviceDriver/ox/USB/ScanReader.h"
 #include "Vondrel/DeviceDriver/ox/USB/USBConnection.h"

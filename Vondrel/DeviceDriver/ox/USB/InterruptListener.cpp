@@ -1,6 +1,5 @@
 #include "Vondrel/DeviceDriver/ox/USB/InterruptListener.h"
 
-#include "Vondrel/DeviceDriver/ox/USB/DeviceMessage.h"
 #include "Vondrel/DeviceDriver/ox/USB/USBConnection.h"
 #include "Vondrel/Utilities/Exceptions/DeviceDriverException.h"
 #include "Vondrel/Utilities/Exceptions/TraceGuard.h"
@@ -74,7 +73,7 @@ try {
     else if (state != State::running)
         return; // told to stop: the empty read is no removal
     if (listener)
-        listener->MessageFromDevice(received > 0 ? buttonPressedMessage : deviceGoneMessage, 0);
+        listener->MessageFromDevice(received > 0 ? Generic::buttonPressedMessage : Generic::deviceGoneMessage, 0);
 } catch (...) {
     // What a listener throws must not end the watch.
 }

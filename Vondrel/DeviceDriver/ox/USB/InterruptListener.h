@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Vondrel/DeviceDriver/GENERIC/Utilities/EventListener.h"
+#include "Vondrel/DeviceDriver/GENERIC/EventListener.h"
 #include "platform/Threading.h"
 
 #include <memory>

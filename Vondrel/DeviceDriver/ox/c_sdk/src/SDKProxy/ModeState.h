@@ -4,6 +4,7 @@
 #include "Vondrel/DeviceDriver/ox/c_sdk/src/SDKProxy/ColorMetryProvider.h"
 #include "Vondrel/DeviceDriver/ox/c_sdk/src/SDKProxy/DummyRecognition.h"
 #include "Vondrel/DeviceDriver/ox/c_sdk/src/SDKProxy/SampleCache.h"
+#include "Vondrel/DeviceDriver/ox/c_sdk/src/SDKProxy/Vocabulary.h"
 #include "Vondrel/Utilities/Tools/SmartPointer.h"
 
 #include <map>
@@ -19,10 +20,16 @@ struct ModeState {
     SampleCache cache;
     ColorMetryProvider provider;
     Vondrel::Utilities::Tools::SmartPointer<Recognition> recognition{new DummyRecognition};
-    Options options{
-        {"LastCalibrationTime", "-1"},        {"LastCalibrationCounter", "0"}, {"Recognition", "no"},
-        {"LastAutoDensityFilter", "not set"}, {"ScreenType", "not set"},       {"PatchIntensity", "Auto"},
-    };
+    Options options = InitialOptions();
+
+    static Options InitialOptions()
+    {
+        Options initial;
+        for (const OptionRow& row : optionTable)
+            if (row.initial != nullptr)
+                initial.emplace(row.key, row.initial);
+        return initial;
+    }
 };
 
 }

@@ -5,9 +5,7 @@
 #include "Vondrel/Utilities/Exceptions/TraceGuard.h"
 #include "Vondrel/Utilities/Tools/LexicalCast.h"
 
-#include <algorithm>
 #include <cxxabi.h>
-#include <iterator>
 #include <utility>
 
 namespace OrvexSDK {
@@ -18,16 +16,6 @@ using Vondrel::Utilities::Tools::lexical_cast;
 namespace {
 
 constexpr const char* versionText = "Version 3.1.0  Build 103";
-
-constexpr const char* colorimetricKeys[] = {
-    "Colorimetric.Illumination",    "Colorimetric.Observer",          "Colorimetric.WhiteBase",
-    "Colorimetric.DensityStandard", "Colorimetric.DensityFilterMode", "ColorSpaceDescription.Type",
-};
-
-const char* YesOrNo(bool yes)
-{
-    return yes ? "yes" : "no";
-}
 
 }
 
@@ -59,7 +47,7 @@ void SDKProxy::SetOption(const std::string& key, const std::string& value)
 try {
     if (key == Key::MeasurementMode)
         SetMeasureMode(value);
-    else if (key == "Reset")
+    else if (key == Key::Reset)
         modeStates.erase(TranslateMeasureMode(value));
     else if (IsColorimetricKey(key))
         GetColorMetryProvider().SetCondition(key, value);
@@ -70,45 +58,49 @@ TRACE_GUARD("SDKProxy", "SetOption")
 
 const std::string& SDKProxy::GetOption(const std::string& key)
 try {
-    if (!AnswerWithoutDevice(key)) {
-        if (IsConnected())
-            AnswerFromDevice(key);
-        else
-            answer.clear();
-    }
+    const OptionRow* const row = FindOption(key);
+    const auto answered = row == nullptr ? OptionRow::Answer::Device : row->answer;
+    if (answered == OptionRow::Answer::Library)
+        AnswerFromLibrary(key);
+    else if (answered == OptionRow::Answer::Condition)
+        answer = GetColorMetryProvider().GetCondition(key);
+    else if (!IsConnected())
+        answer.clear();
+    else if (answered == OptionRow::Answer::Connected)
+        AnswerWhileConnected(key);
+    else
+        answer = GetDeviceSpecificOption(key);
     return answer;
 }
 TRACE_GUARD("SDKProxy", "GetOption")
 
-bool SDKProxy::AnswerWithoutDevice(const std::string& key)
+void SDKProxy::AnswerFromLibrary(const std::string& key)
 {
-    if (key == "DeviceType") {
+    if (key == Key::DeviceType)
         answer = GetDeviceType();
-    } else if (key == "Version") {
+    else if (key == "Version")
         answer = versionText;
-    } else if (key == "LastError") {
+    else if (key == "LastError")
         answer = GetLastError().what();
-    } else if (key == "ExtendedErrorInformation") {
+    else if (key == "ExtendedErrorInformation")
         answer = GetLastError().ExtendedInformation();
-    } else if (key == "Connection") {
-        bool connected = false;
-        try {
-            connected = IsConnected();
-        } catch (abi::__forced_unwind&) {
-            throw;
-        } catch (...) {
-            // The question is answered: what cannot be asked is not connected.
-        }
-        answer = YesOrNo(connected);
-    } else if (IsColorimetricKey(key)) {
-        answer = GetColorMetryProvider().GetCondition(key);
-    } else {
-        return false;
-    }
-    return true;
+    else
+        answer = YesOrNo(CanConnect());
 }
 
-void SDKProxy::AnswerFromDevice(const std::string& key)
+/// What cannot be asked is not connected.
+bool SDKProxy::CanConnect()
+{
+    try {
+        return IsConnected();
+    } catch (abi::__forced_unwind&) {
+        throw;
+    } catch (...) {
+        return false;
+    }
+}
+
+void SDKProxy::AnswerWhileConnected(const std::string& key)
 {
     if (key == "AvailableSamples")
         answer = lexical_cast<std::string>(GetSampleCount());
@@ -118,10 +110,8 @@ void SDKProxy::AnswerFromDevice(const std::string& key)
         answer = lexical_cast<std::string>(GetLastCalibrationTime());
     else if (key == Key::LastCalibrationCounter)
         answer = lexical_cast<std::string>(GetLastCalibrationCounter());
-    else if (key == "AvailableMeasurementModes")
-        answer = GetAvailableMeasureModes();
     else
-        answer = GetDeviceSpecificOption(key);
+        answer = GetAvailableMeasureModes();
 }
 
 void SDKProxy::SetLastError(const SDKError& error)
@@ -198,7 +188,8 @@ ModeState& SDKProxy::CurrentModeState()
 
 bool SDKProxy::IsColorimetricKey(const std::string& key)
 {
-    return std::find(std::begin(colorimetricKeys), std::end(colorimetricKeys), key) != std::end(colorimetricKeys);
+    const OptionRow* const row = FindOption(key);
+    return row != nullptr && row->answer == OptionRow::Answer::Condition;
 }
 
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Vondrel/DeviceDriver/GENERIC/Utilities/EventListener.h"
+#include "Vondrel/DeviceDriver/GENERIC/EventListener.h"
 #include "Vondrel/DeviceDriver/ox/c_sdk/src/SDKProxy/ModeState.h"
 #include "Vondrel/Utilities/Exceptions/SDKError.h"
 #include "orvex/ox.h"
@@ -90,8 +90,9 @@ protected:
     static bool IsColorimetricKey(const std::string& key);
 
 private:
-    bool AnswerWithoutDevice(const std::string& key);
-    void AnswerFromDevice(const std::string& key);
+    void AnswerFromLibrary(const std::string& key);
+    void AnswerWhileConnected(const std::string& key);
+    bool CanConnect();
 
     OX_ErrorHandler errorHandler = nullptr;
     std::atomic<OX_DeviceMessageHandler> messageHandler = nullptr;

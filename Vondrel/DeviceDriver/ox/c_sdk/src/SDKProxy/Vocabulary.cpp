@@ -1,5 +1,6 @@
 #include "Vondrel/DeviceDriver/ox/c_sdk/src/SDKProxy/Vocabulary.h"
 
+#include "Vondrel/DeviceDriver/GENERIC/EventListener.h"
 #include "Vondrel/Utilities/Exceptions/SDKError.h"
 #include "Vondrel/Utilities/Exceptions/TraceGuard.h"
 #include "Vondrel/Utilities/Tools/LexicalCast.h"
@@ -14,37 +15,14 @@ using Vondrel::Utilities::Tools::lexical_cast;
 
 namespace {
 
-struct KeyRow {
-    const char* key;
-    unsigned short propertyId;
-};
-
-constexpr KeyRow deviceDriverKeys[] = {
-    {"SerialNumber", 1211}, {"PhysicalFilter", 3012}, {"LastCalibrationTime", 10020}, {"LastCalibrationCounter", 10021},
-    {"AdaptiveMode", 2011},
-};
-
-struct ModeRow {
-    std::int32_t mode;
-    const char* text;
-};
-
-constexpr ModeRow measureModes[] = {
-    {SingleReflectance, "SingleReflectance"},
-    {ScanningReflectance, "ScanningReflectance"},
-    {SingleEmission, "SingleEmission"},
-    {SingleAmbientLight, "SingleAmbientLight"},
-    {ScanningAmbientLight, "ScanningAmbientLight"},
-};
-
 struct MessageRow {
     unsigned short device;
     std::int32_t application;
 };
 
 constexpr MessageRow deviceMessages[] = {
-    {20011, 0}, // key pressed
-    {20010, 1}, // removed
+    {Vondrel::DeviceDriver::Generic::buttonPressedMessage, 0},
+    {Vondrel::DeviceDriver::Generic::deviceGoneMessage, 1},
 };
 
 /// The row whose field equals a value, or null.
@@ -57,17 +35,42 @@ const Row* Find(const Row (&table)[size], Field Row::*field, const Value& value)
 
 }
 
+const OptionRow* FindOption(const std::string& key)
+{
+    return Find(optionTable, &OptionRow::key, key);
+}
+
+const ModeRow* FindMode(std::int32_t mode)
+{
+    return Find(modeTable, &ModeRow::mode, mode);
+}
+
+const ModeRow* FindMode(const std::string& text)
+{
+    return Find(modeTable, &ModeRow::text, text);
+}
+
+std::string ListModes(const std::function<bool(const ModeRow&)>& can)
+{
+    std::string list;
+    for (const auto needs : {ModeRow::Needs::Nothing, ModeRow::Needs::Reflectance, ModeRow::Needs::AmbientHead})
+        for (const ModeRow& row : modeTable)
+            if (row.needs == needs && can(row))
+                list += (list.empty() ? "" : ";") + std::string(row.text);
+    return list;
+}
+
 unsigned short TranslateKey(const std::string& key)
 try {
-    if (const KeyRow* const row = Find(deviceDriverKeys, &KeyRow::key, key))
-        return row->propertyId;
+    if (IsDeviceDriverKey(key))
+        return FindOption(key)->property;
     throw SDKError(OX_InvalidParameter, "unknown key " + key, THROW_LOCATION("", "TranslateKey"));
 }
 TRACE_GUARD("", "TranslateKey")
 
 std::int32_t TranslateMeasureMode(const std::string& mode)
 try {
-    if (const ModeRow* const row = Find(measureModes, &ModeRow::text, mode))
+    if (const ModeRow* const row = FindMode(mode))
         return row->mode;
     throw SDKError(OX_InvalidParameter, "No such measure interface " + mode,
                    THROW_LOCATION("", "TranslateMeasureMode(string2key)"));
@@ -76,7 +79,7 @@ TRACE_GUARD("", "TranslateMeasureMode(string2key)")
 
 std::string TranslateMeasureMode(std::int32_t mode)
 try {
-    if (const ModeRow* const row = Find(measureModes, &ModeRow::mode, mode))
+    if (const ModeRow* const row = FindMode(mode))
         return row->text;
     throw SDKError(OX_InvalidParameter, "Unknown measure mode " + lexical_cast<std::string>(mode),
                    THROW_LOCATION("", "TranslateMeasureMode(key2string)"));
@@ -94,7 +97,8 @@ TRACE_GUARD("", "TranslateDeviceMessage")
 
 bool IsDeviceDriverKey(const std::string& key)
 {
-    return Find(deviceDriverKeys, &KeyRow::key, key) != nullptr;
+    const OptionRow* const row = FindOption(key);
+    return row != nullptr && row->property != 0;
 }
 
 }

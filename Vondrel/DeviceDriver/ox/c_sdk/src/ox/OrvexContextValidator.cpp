@@ -56,7 +56,8 @@ TRACE_GUARD("OrvexContextValidator", "Validate")
 void OrvexContextValidator::ValidateReflectanceMode()
 {
     const std::int32_t mode = Device().GetMode();
-    if (mode == SingleReflectance || mode == ScanningReflectance)
+    const ModeRow* const row = FindMode(mode);
+    if (row != nullptr && row->needs == ModeRow::Needs::Reflectance)
         return;
     throw SDKError(OX_NotSupported,
                    "density calculation only supported in reflectance mode. Current mode is "
@@ -68,7 +69,8 @@ void OrvexContextValidator::ValidateSetOption(const CallParameters& parameters)
 {
     const std::string key = ContextParameterValidator::Validate(parameters.key);
     const std::string value = ContextParameterValidator::Validate(parameters.value);
-    if (key == Key::PhysicalFilter)
+    const OptionRow* const row = FindOption(key);
+    if (row != nullptr && row->setting == OptionRow::Setting::Refused)
         throw SDKError(OX_InvalidParameter, "The physical filter can not be set !!",
                        THROW_LOCATION("OrvexContextValidator", "Validate"));
     ValidateRecognition(key);
@@ -80,8 +82,8 @@ void OrvexContextValidator::ValidateRecognition(const std::string& key)
 {
     if (key != Key::Recognition)
         return;
-    const std::int32_t mode = Device().GetMode();
-    if (mode != ScanningReflectance && mode != ScanningAmbientLight)
+    const ModeRow* const row = FindMode(Device().GetMode());
+    if (row == nullptr || row->recognised == ModeRow::Recognised::Nothing)
         throw SDKError(OX_NotSupported, "recoginition only supported in reflectance-scan mode",
                        THROW_LOCATION("OrvexContextValidator", "ValidateRecognition"));
 }
@@ -90,19 +92,20 @@ void OrvexContextValidator::ValidateMeasureMode(const std::string& key, const st
 {
     if (key != Key::MeasurementMode)
         return;
-    const auto is = [&value](std::int32_t mode) { return value == TranslateMeasureMode(mode); };
-    if (Device().IsOrvexMonitor() && (is(SingleReflectance) || is(ScanningReflectance)))
+    const ModeRow* const row = FindMode(value);
+    const auto needs = row == nullptr ? ModeRow::Needs::Nothing : row->needs;
+    if (Device().IsOrvexMonitor() && needs == ModeRow::Needs::Reflectance)
         throw SDKError(OX_NotSupported,
                        "the connected device is a ox-monitor and doesn't support reflectance measurements !",
                        THROW_LOCATION("OrvexContextValidator", "ValidateMeasureMode"));
-    if (!Device().HasAmbientLightSupport() && (is(ScanningAmbientLight) || is(SingleAmbientLight)))
+    if (!Device().HasAmbientLightSupport() && needs == ModeRow::Needs::AmbientHead)
         throw SDKError(OX_NotSupported, "the connected device doesn't support ambient-light measurements !",
                        THROW_LOCATION("OrvexContextValidator", "ValidateMeasureMode"));
 }
 
 void OrvexContextValidator::ValidateResetMode(const std::string& key, const std::string& value)
 {
-    if (key != "Reset" || value == "All" || value.starts_with("Orvex"))
+    if (key != Key::Reset || value == "All" || value.starts_with("Orvex"))
         return;
     if (Proxy().GetAvailableMeasureModes().find(value) == std::string::npos)
         throw SDKError(OX_NotSupported, "the connected device doesn't support \"" + value + "\" !",

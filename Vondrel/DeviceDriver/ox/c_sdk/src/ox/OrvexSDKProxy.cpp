@@ -195,17 +195,12 @@ try {
     const ModeScope scope(Device(), Device::ServiceMode);
     if (!Device().IsConnected())
         return "";
-    std::string modes = TranslateMeasureMode(SingleEmission);
-    const auto add = [&modes](std::int32_t mode) { modes += ";" + TranslateMeasureMode(mode); };
-    if (!Device().IsOrvexMonitor()) {
-        add(SingleReflectance);
-        add(ScanningReflectance);
-    }
-    if (Device().HasAmbientLightSupport()) {
-        add(SingleAmbientLight);
-        add(ScanningAmbientLight);
-    }
-    return modes;
+    const bool reflectance = !Device().IsOrvexMonitor();
+    const bool ambient = Device().HasAmbientLightSupport();
+    return ListModes([=](const ModeRow& row) {
+        return row.needs == ModeRow::Needs::Nothing
+            || (row.needs == ModeRow::Needs::Reflectance ? reflectance : ambient);
+    });
 }
 TRACE_GUARD("OrvexSDKProxy", "GetAvailableMeasureModes")
 
@@ -213,22 +208,23 @@ void OrvexSDKProxy::SetMeasureMode(const std::string& text)
 try {
     const std::int32_t mode = TranslateMeasureMode(text);
     Device().Activate(mode);
-    if (mode == SingleEmission || mode == SingleAmbientLight || mode == ScanningAmbientLight)
+    if (FindMode(mode)->IsEmission())
         GetColorMetryProvider().SetCondition(Key::Illumination, "Emission");
 }
 TRACE_GUARD("OrvexSDKProxy", "SetMeasureMode")
 
 void OrvexSDKProxy::SetRecognitionStrategy(bool disable)
 {
-    SmartPointer<Recognition>& recognition = CurrentModeState().recognition;
-    if (disable)
-        recognition = SmartPointer<Recognition>(new DummyRecognition);
-    else if (GetMode() == Device::AmbientLightScanMode)
-        recognition = SmartPointer<Recognition>(new FlashRecognition);
-    else if (GetMode() == Device::RemissionScanMode)
-        recognition = SmartPointer<Recognition>(new ChartRecognition);
-    else
-        recognition = SmartPointer<Recognition>();
+    Recognition* recognition = nullptr;
+    if (disable) {
+        recognition = new DummyRecognition;
+    } else if (const ModeRow* const row = FindMode(GetMode())) {
+        if (row->recognised == ModeRow::Recognised::Flashes)
+            recognition = new FlashRecognition;
+        else if (row->recognised == ModeRow::Recognised::Patches)
+            recognition = new ChartRecognition;
+    }
+    CurrentModeState().recognition = SmartPointer<Recognition>(recognition);
 }
 
 bool OrvexSDKProxy::IsRecognitionEnabled()

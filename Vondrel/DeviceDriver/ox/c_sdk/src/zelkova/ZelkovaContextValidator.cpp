@@ -23,7 +23,8 @@ SDKProxy& Proxy()
 void ZelkovaContextValidator::Validate(const std::string& functionName, const CallParameters& parameters)
 try {
     if (functionName == "OX_GetDeviceInfo" || functionName == "OX_GetOption") {
-        if (ContextParameterValidator::Validate(parameters.key) == Key::Recognition)
+        const std::string key = ContextParameterValidator::Validate(parameters.key);
+        if (key == Key::Recognition)
             throw SDKError(OX_InternalError, "invalid key Recognition for Orvex-Display",
                            THROW_LOCATION("ZelkovaContextValidator", "Validate"));
     } else if (functionName == "OX_SetOption") {
@@ -42,11 +43,12 @@ TRACE_GUARD("ZelkovaContextValidator", "Validate")
 
 void ZelkovaContextValidator::ValidateMeasureMode(const std::string& value)
 {
-    const bool ambient = value == TranslateMeasureMode(SingleAmbientLight);
-    if (ambient && !dynamic_cast<ZelkovaSDKProxy&>(Proxy()).GetDevice().SupportsAmbientLight())
-        throw SDKError(OX_NotSupported, "this device doesn't have ambient light support", "");
-    if (!ambient && value != TranslateMeasureMode(SingleEmission))
+    const ModeRow* const row = FindMode(value);
+    if (row == nullptr || !row->onColorimeter)
         throw SDKError(OX_NotSupported, "this device doesn't support measure mode" + value, "");
+    if (row->needs == ModeRow::Needs::AmbientHead
+        && !dynamic_cast<ZelkovaSDKProxy&>(Proxy()).GetDevice().SupportsAmbientLight())
+        throw SDKError(OX_NotSupported, "this device doesn't have ambient light support", "");
 }
 
 void ZelkovaContextValidator::ValidateScreenType()

@@ -174,10 +174,10 @@ ModeState::Options& ZelkovaSDKProxy::GetOptions()
 
 std::string ZelkovaSDKProxy::GetAvailableMeasureModes()
 try {
-    std::string modes = TranslateMeasureMode(SingleEmission);
-    if (GetDevice().SupportsAmbientLight())
-        modes += ";" + TranslateMeasureMode(SingleAmbientLight);
-    return modes;
+    const bool ambient = GetDevice().SupportsAmbientLight();
+    return ListModes([ambient](const ModeRow& row) {
+        return row.onColorimeter && (row.needs == ModeRow::Needs::Nothing || ambient);
+    });
 }
 TRACE_GUARD("ZelkovaSDKProxy", "GetAvailableMeasureModes")
 

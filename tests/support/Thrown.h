@@ -17,6 +17,8 @@ std::string Thrown(Action&& action)
         return std::string("TimeoutException: ") + e.PlainWhat();
     } catch (const DataException& e) {
         return std::string("DataException: ") + e.PlainWhat();
+    } catch (const CalculationException& e) {
+        return std::string("CalculationException: ") + e.PlainWhat();
     } catch (const Vondrel::Utilities::Exceptions::ResourceException& e) {
         return std::string("ResourceException: ") + e.PlainWhat();
     } catch (const std::exception& e) {

@@ -28,10 +28,6 @@ namespace Device = Vondrel::DeviceDriver::ox;
 
 namespace {
 
-constexpr std::int32_t secondFilter = 130;
-const std::string yes = "yes";
-const std::string no = "no";
-
 template<class Pointer>
 std::string AddressText(Pointer pointer)
 {
@@ -43,11 +39,11 @@ std::string AddressText(Pointer pointer)
 void OrvexSDKProxy::SetDeviceSpecificOption(const std::string& key, const std::string& value)
 try {
     if (key == Key::Recognition)
-        SetRecognitionStrategy(value != yes);
+        SetRecognitionStrategy(!IsYes(value));
     else if (key == Key::Beep)
-        BrindleUSBDevice::SetBeep(value == yes);
+        BrindleUSBDevice::SetBeep(IsYes(value));
     else if (key == Key::AdaptiveMode)
-        EnterBackdoor(lexical_cast<std::string>(TranslateKey(key)), value == yes ? "1" : "0");
+        EnterBackdoor(lexical_cast<std::string>(TranslateKey(key)), IsYes(value) ? "1" : "0");
     else
         EnterBackdoor(key, value);
 }
@@ -63,9 +59,9 @@ try {
     else if (key == Key::MeasurementMode)
         result = TranslateMeasureMode(GetMode());
     else if (key == Key::Recognition)
-        result = IsRecognitionEnabled() ? yes : no;
+        result = YesOrNo(IsRecognitionEnabled());
     else if (key == Key::Beep)
-        result = BrindleUSBDevice::IsBeepOn() ? yes : no;
+        result = YesOrNo(BrindleUSBDevice::IsBeepOn());
     else if (key == Key::LastAutoDensityFilter)
         result = GetOptions()[key];
     else if (key == "oxPInst")
@@ -116,7 +112,7 @@ std::string OrvexSDKProxy::GetDeviceDriverInfo(const std::string& key)
 try {
     const std::uint16_t id = TranslateKey(key);
     if (key == Key::AdaptiveMode)
-        return Device().GetCondition(id).AsLong() != 0 ? yes : no;
+        return YesOrNo(Device().GetCondition(id).AsLong() != 0);
     if (key != Key::SerialNumber && key != Key::PhysicalFilter)
         throw ResourceException("id \"" + key + "\" doesn't exist",
                                 THROW_LOCATION("OrvexSDKProxy", "GetDeviceDriverInfo"));
@@ -124,7 +120,7 @@ try {
     const std::int32_t value = Device().GetCondition(id).AsLong();
     if (key == Key::SerialNumber)
         return lexical_cast<std::string>(value);
-    return value == secondFilter ? "2" : "1";
+    return value == Id::ultravioletFilter ? "2" : "1";
 }
 TRACE_GUARD("OrvexSDKProxy", "GetDeviceDriverInfo")
 

@@ -2,7 +2,8 @@
 
 #include "Vondrel/DeviceDriver/GENERIC/Calculation/SensorData.h"
 #include "Vondrel/DeviceDriver/GENERIC/Configuration/Properties.h"
-#include "Vondrel/DeviceDriver/GENERIC/Utilities/EventListener.h"
+#include "Vondrel/DeviceDriver/GENERIC/EventListener.h"
+#include "Vondrel/DeviceDriver/GENERIC/UsageLog.h"
 #include "Vondrel/Utilities/Tools/SmartPointer.h"
 
 #include <array>
@@ -10,10 +11,6 @@
 #include <map>
 #include <span>
 #include <vector>
-
-namespace Vondrel::DeviceDriver::ox {
-class BrindleLog;
-}
 
 namespace Vondrel::DeviceDriver::Generic {
 
@@ -25,6 +22,9 @@ struct CPLDStep {
     std::uint16_t mask = 0;               ///< the bits of the read-back that count
     std::uint32_t delayMicroseconds = 0;  ///< after this step; at least a millisecond passes
 };
+
+/// What a reset of the instrument makes new, as the value of property 2007.
+enum ResetBits : std::uint16_t { resetPower = 1, resetMeasurement = 7, resetAll = 31 };
 
 /// The bytes for each load address.
 using FirmwareBlocks = std::map<std::uint16_t, std::vector<std::uint8_t>>;
@@ -48,7 +48,7 @@ public:
 
     /// The usage log.
     /// @param mayDump  write it to the instrument first, if it is time to
-    virtual ox::BrindleLog& GetLogData(bool mayDump) = 0;
+    virtual UsageLog& GetLogData(bool mayDump) = 0;
 
     /// Fills the values of what the container holds; an empty one, by its name: "CalibrationData", "LogData",
     /// "EATData", "PhysicalConditions".
