@@ -77,9 +77,9 @@ TEST(FlashRecognition, SumsWhatEachFlashAddsToTheAmbientLight)
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
         constexpr float time = 0.25F;
-        std::vector<SpectrumData> measured = Series(c.levels, time, 0), recognized(5);
+        std::vector<SpectrumData> measured = Series(c.levels, time, 1), recognized(5);
         measured.back().SetIntegrationTime(9);
-        measured.back().SetGain(1);
+        measured.back().SetGain(0);
         ASSERT_TRUE(recognition.Execute(measured, recognized));
         ASSERT_THAT(recognized, SizeIs(c.flashes.size()));
         for (std::size_t flash = 0; flash < recognized.size(); ++flash) {
@@ -88,7 +88,7 @@ TEST(FlashRecognition, SumsWhatEachFlashAddsToTheAmbientLight)
             EXPECT_NEAR(recognized[flash].LoadData()[0], amount / 4, 1e-3);
             EXPECT_NEAR(recognized[flash].LoadData()[1], amount * 3 / 4, 1e-3);
             EXPECT_EQ(recognized[flash].GetIntegrationTime(), time);
-            EXPECT_EQ(recognized[flash].GetGain(), 0);
+            EXPECT_EQ(recognized[flash].GetGain(), 1);
         }
     }
 }
@@ -153,9 +153,11 @@ TEST(FlashRecognition, FailsWithoutAmbientLightOrOnReadingsThatDoNotMatch)
     EXPECT_FALSE(recognition.Execute(Series({900, 600, 300, 100}), recognized)) << "every reading is in the flash";
     EXPECT_THAT(recognized, SizeIs(1));
 
-    std::vector<SpectrumData> measured = Series({100, 103, 101, 900, 100, 104});
-    measured[1].StoreData({1});
-    EXPECT_FALSE(recognition.Execute(measured, recognized));
-    measured[1].Invalidate();
-    EXPECT_FALSE(recognition.Execute(measured, recognized));
+    for (const std::size_t reading : {1U, 3U}) { // of the ambient light, of the flash
+        std::vector<SpectrumData> measured = Series({100, 103, 101, 900, 100, 104});
+        measured[reading].StoreData({measured[reading].LoadData()[0] * 4});
+        EXPECT_FALSE(recognition.Execute(measured, recognized)) << reading;
+        measured[reading].Invalidate();
+        EXPECT_FALSE(recognition.Execute(measured, recognized)) << reading;
+    }
 }
