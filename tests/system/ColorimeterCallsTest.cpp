@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <iterator>
 
 using testing::AnyOf;
@@ -173,13 +174,13 @@ TEST_F(ColorimeterCalls, ConvertIntoTheSpacesThatNeedNoWhiteOfTheirOwn)
         ASSERT_OK(Set("ColorSpaceDescription.Type", row.space));
         EXPECT_THAT(Read(), Pointwise(IsWithin(1e-5F), row.expected));
     }
-    for (const char* space : {"CIELab", "RGB"}) {
-        SCOPED_TRACE(space);
-        ASSERT_OK(Set("ColorSpaceDescription.Type", space));
-        const Color color = Read();
-        EXPECT_TRUE(std::all_of(color.begin(), color.end(), [](float v) { return std::isfinite(v); }));
-        EXPECT_NEAR(color[0], space == std::string("RGB") ? 255 : 100, 0.5);
-    }
+    ASSERT_OK(Set("ColorSpaceDescription.Type", "CIELab"));
+    const Color lab = Read(); // against the white of an emission, 72.99, 100, 73.01
+    EXPECT_NEAR(lab[0], 116 * std::cbrt(xyz[1] / 100) - 16, 1e-3);
+    EXPECT_NEAR(lab[1], 500 * (std::cbrt(xyz[0] / 72.98873F) - std::cbrt(xyz[1] / 100)), 0.01);
+    EXPECT_NEAR(lab[2], 200 * (std::cbrt(xyz[1] / 100) - std::cbrt(xyz[2] / 73.00741F)), 0.01);
+    ASSERT_OK(Set("ColorSpaceDescription.Type", "RGB"));
+    EXPECT_NEAR(Read()[0], 255, 0.5);
     for (const char* space : {"CIELCh", "CIELChuv", "CIELuv", "LABvd", "LCHvd", "HunterLab", "RxRyRz"}) {
         SCOPED_TRACE(space);
         ASSERT_OK(Set("ColorSpaceDescription.Type", space));
@@ -190,6 +191,107 @@ TEST_F(ColorimeterCalls, ConvertIntoTheSpacesThatNeedNoWhiteOfTheirOwn)
     }
 }
 
+TEST_F(ColorimeterCalls, GiveWhatTheToolkitMeasured)
+{
+    Attach(20);
+    ASSERT_OK(Set("ScreenType", "CRT")); // an LCD is measured in one way only
+    const auto commands = [this](const char* intensity) {
+        EXPECT_OK(Set("PatchIntensity", intensity));
+        oxv_trace_clear(device);
+        const Color xyz = Measure();
+        const auto trace = Trace(device);
+        ZelYxyz direct{};
+        EXPECT_EQ(std::string(intensity) == "Auto"         ? zelAutoMeasureYxy(1, &direct)
+                      : std::string(intensity) == "Bright" ? zelMeasureYxy(1, &direct)
+                                                           : zelDarkMeasureYxy(1, 1, 1, 1, 1, &direct),
+                  0);
+        const double scale = direct.Y / direct.y;
+        const Color expected{static_cast<float>(scale * direct.x), static_cast<float>(direct.Y),
+                             static_cast<float>((1 - direct.x - direct.y) * scale)};
+        EXPECT_THAT(xyz, Pointwise(IsWithin(1e-4F), expected));
+        return trace;
+    };
+    Show(Scaled(white, 0.002F));
+    const auto bleak = commands("Bleak"), bright = commands("Bright"), automatic = commands("Auto");
+    EXPECT_NE(bleak, bright);
+    EXPECT_NE(automatic, bright);
+    EXPECT_EQ(Option("SerialNumber"), std::to_string(static_cast<std::int32_t>(zelGetCalibratorSerialNumber())));
+    EXPECT_NE(Option("SerialNumber"), "0");
+}
+
+TEST_F(ColorimeterCalls, RefuseWhatTheyCannotDo)
+{
+    Attach(4);
+    std::array<float, 36> values{};
+    float* const array = values.data();
+    const auto set = [](const char* key, const char* value) { return [key, value] { return Set(key, value); }; };
+    const auto ask = [](const char* key) {
+        return [key] {
+            EXPECT_STREQ(OX_GetOption(key), "");
+            return LastCode();
+        };
+    };
+    const auto measured = [&](std::int32_t index) { return [=] { return OX_GetTriStimulus(array, index); }; };
+    struct Row {
+        const char* function;
+        std::function<OX_Result()> call;
+        OX_Result code;
+        const char* text; ///< null: it works
+    };
+    const char* const none = "This device doesn't support densities";
+    const Row rows[] = {
+        {"OX_TriggerMeasurement", OX_TriggerMeasurement, 10, "screen type not set"},
+        {"OX_Calibrate", OX_Calibrate, 10, "unknown screen type not set"},
+        {"", set("ScreenType", "TFT"), 0, nullptr},
+        {"OX_TriggerMeasurement", OX_TriggerMeasurement, 10, "screen type not set"},
+        {"OX_Calibrate", OX_Calibrate, 10, "unknown screen type TFT"},
+        {"", set("ScreenType", "LCD"), 0, nullptr},
+        {"", set("PatchIntensity", "Foo"), 0, nullptr},
+        {"OX_TriggerMeasurement", OX_TriggerMeasurement, 10, "unknown patch intensity Foo"},
+        {"", set("PatchIntensity", "Auto"), 0, nullptr},
+        {"OX_GetTriStimulus", measured(0), 8, "index out of range (0 > 0)"},
+        {"", OX_TriggerMeasurement, 0, nullptr},
+        {"OX_GetTriStimulus", measured(1), 8, "index out of range (1 > 1)"},
+        {"OX_GetTriStimulus", measured(-2), 10, "index < 0 !"},
+        {"OX_GetTriStimulus", [] { return OX_GetTriStimulus(nullptr, 0); }, 10, "parameter must not be null"},
+        {"", measured(-1), 0, nullptr},
+        {"OX_TriggerCountedScan", [] { return OX_TriggerCountedScan(5); }, 12, "This device doesn't support scanning"},
+        {"OX_GetSpectrum", [&] { return OX_GetSpectrum(array, 0); }, 12, "This device can measure tristimulus only"},
+        {"OX_GetDensity", [&] { return OX_GetDensity(array, 0); }, 12, none},
+        {"OX_GetDensities", [] { return OX_GetDensities(nullptr, nullptr, 0); }, 12, none},
+        {"OX_SetSubstrate", [] { return OX_SetSubstrate(nullptr); }, 12, none},
+        {"OX_SetOption", set("MeasurementMode", "SingleAmbientLight"), 6,
+         "this device doesn't have ambient light support"},
+        {"OX_SetOption", set("MeasurementMode", "Foo"), 6, "this device doesn't support measure modeFoo"},
+        {"OX_SetOption", set("PatchIntensity", ""), 10, "parameter must not be empty"},
+        {"OX_GetOption", ask("Recognition"), 9, "invalid key Recognition for Orvex-Display"},
+        {"OX_GetOption", ask("Anything"), 10, "Unknown argument Anything"},
+        {"", set("Anything", "x"), 0, nullptr},
+        {"", OX_Calibrate, 0, nullptr},
+        {"OX_GetTriStimulus", measured(0), 8, "index out of range (0 > 0)"}, // a calibration empties the samples
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.text == nullptr ? "" : row.text);
+        TakeReports();
+        EXPECT_EQ(row.call(), row.code) << Option("LastError");
+        if (row.text != nullptr) {
+            EXPECT_THAT(TakeReports(), ElementsAre(Report{row.function, row.code, row.text}));
+            EXPECT_EQ(Option("LastError"), row.text);
+        }
+    }
+    for (const auto& [key, answer] : {std::pair{"Anything", "x"},
+                                      {"PhysicalFilter", "1"},
+                                      {"IsKeyPressed", "no"},
+                                      {"AvailableMeasurementModes", "SingleEmission"}})
+        EXPECT_EQ(Option(key), answer);
+    EXPECT_EQ(OX_KeyPressed(), OX_KeyNotPressed);
+    ASSERT_EQ(oxv_fault(device, "command:0", 1, 1, "fail"), OXV_OK);
+    ASSERT_EQ(oxv_fault(device, "command:0", 3, 1, "fail"), OXV_OK); // the second is the opening's
+    ExpectFailure(OX_KeyPressed(), OX_DeviceNotConnected, "ox-Display not connected !");
+    ASSERT_EQ(oxv_unplug(device), OXV_OK);
+    ExpectFailure(OX_KeyPressed(), OX_DeviceNotConnected, "no ox-display connected (code ");
+}
+
 TEST_F(ColorimeterCalls, OpenAnewForTheSecondAttempt)
 {
     Attach(20);
@@ -198,12 +300,21 @@ TEST_F(ColorimeterCalls, OpenAnewForTheSecondAttempt)
     EXPECT_OK(OX_TriggerMeasurement());
     EXPECT_THAT(Connections(), IsEmpty());
 
-    ASSERT_EQ(oxv_fault(device, "command", 2, 1, "fail"), OXV_OK);
-    EXPECT_THAT(Measure(), Pointwise(IsWithin(0.005F), white));
-    EXPECT_EQ(OX_GetNumberOfAvailableSamples(), 1);
-    EXPECT_THAT(Connections(), ElementsAre("close", "open"));
-    EXPECT_EQ(Option("LastCalibrationCounter"), "2");
-    EXPECT_THAT(TakeReports(), IsEmpty());
+    // The third version query is the last one before the instrument is asked to measure.
+    for (const auto& [what, call, nth] : {std::tuple{"a version query", &OX_TriggerMeasurement, 2U},
+                                          {"the measurement", &OX_TriggerMeasurement, 6U},
+                                          {"the calibration", &OX_Calibrate, 4U}}) {
+        SCOPED_TRACE(what);
+        ASSERT_OK(Set("ScreenType", "CRT"));
+        oxv_trace_clear(device);
+        ASSERT_EQ(oxv_fault(device, "command", nth, 1, "fail"), OXV_OK);
+        EXPECT_OK(call());
+        EXPECT_THAT(Connections(), ElementsAre("close", "open"));
+        EXPECT_EQ(OX_GetNumberOfAvailableSamples(), call == OX_Calibrate ? 0 : 1);
+        EXPECT_THAT(TakeReports(), IsEmpty());
+    }
+    EXPECT_EQ(Option("LastCalibrationCounter"), "3");
+    EXPECT_NE(Option("LastCalibrationTime"), "-1");
 
     oxv_trace_clear(device);
     ASSERT_OK(Set("PatchIntensity", "Dim"));
@@ -241,7 +352,7 @@ TEST_F(ColorimeterCalls, LeaveNothingOpenAfterManyFailures)
     };
     oxv_trace_clear(device);
     for (int round = 0; round < 30; ++round) {
-        ASSERT_EQ(oxv_fault(device, "command", 1 + static_cast<std::uint32_t>(round) % 3, 1, "fail"), OXV_OK);
+        ASSERT_EQ(oxv_fault(device, "command", 1 + static_cast<std::uint32_t>(round) % 6, 1, "fail"), OXV_OK);
         ASSERT_OK(OX_TriggerMeasurement());
         ASSERT_EQ(oxv_unplug(device), OXV_OK);
         ASSERT_NE(OX_TriggerMeasurement(), OX_NoError);

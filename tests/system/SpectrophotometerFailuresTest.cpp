@@ -18,7 +18,6 @@ namespace {
 const auto isDocumented = AnyOf(0, 2, 3, 5, 6, 7, 8, 9, 10, 12);
 
 struct Failure {
-    const char* what;
     const char* function;
     std::function<OX_Result()> call;
     OX_Result code;
@@ -30,7 +29,7 @@ protected:
     /// The call fails as it should: the code it returns, the call of the handler, the texts.
     static void ExpectFailure(const Failure& failure)
     {
-        SCOPED_TRACE(failure.what);
+        SCOPED_TRACE(failure.function + (": " + failure.text));
         TakeReports();
         EXPECT_EQ(failure.call(), failure.code);
         EXPECT_THAT(TakeReports(), ElementsAre(Report{failure.function, failure.code, failure.text}));
@@ -71,25 +70,24 @@ TEST_F(SpectrophotometerFailures, WithoutAnInstrumentNothingButTheLibraryAnswers
     RegisterHandlers();
     std::array<float, 36> values{};
     values.fill(7);
+    const std::string none = "No devices connected";
     const Failure failures[] = {
-        {"calibration", "OX_Calibrate", OX_Calibrate, 2, "No devices connected"},
-        {"measurement", "OX_TriggerMeasurement", OX_TriggerMeasurement, 2, "No devices connected"},
-        {"counted scan", "OX_TriggerCountedScan", [] { return OX_TriggerCountedScan(5); }, 2, "No devices connected"},
-        {"count", "OX_GetNumberOfAvailableSamples", [] { return OX_GetNumberOfAvailableSamples() == -1 ? 2 : 0; }, 2,
-         "No devices connected"},
-        {"key", "OX_KeyPressed", OX_KeyPressed, 2, "No devices connected"},
-        {"connection", "OX_IsConnected", OX_IsConnected, 2, "No devices connected"},
-        {"spectrum", "OX_GetSpectrum", [&] { return OX_GetSpectrum(values.data(), 0); }, 2, "No devices connected"},
-        {"color", "OX_GetTriStimulus", [&] { return OX_GetTriStimulus(values.data(), 0); }, 2, "No devices connected"},
-        {"density", "OX_GetDensity", [&] { return OX_GetDensity(values.data(), 0); }, 2, "No devices connected"},
-        {"substrate", "OX_SetSubstrate", [&] { return OX_SetSubstrate(values.data()); }, 2, "No devices connected"},
-        {"any mode", "OX_SetOption", Setting("MeasurementMode", "Foo"), 2, "No devices connected"},
-        {"condition", "OX_SetOption", Setting("Colorimetric.Observer", "TenDegree"), 2, "No devices connected"},
-        {"recognition", "OX_SetOption", Setting("Recognition", "yes"), 2, "No devices connected"},
-        {"reset of a mode", "OX_SetOption", Setting("Reset", "SingleEmission"), 2, "No devices connected"},
-        {"count of 0", "OX_TriggerCountedScan", [] { return OX_TriggerCountedScan(0); }, 10, "count must be > 0 !!"},
-        {"physical filter", "OX_SetOption", Setting("PhysicalFilter", "1"), 10,
-         "The physical filter can not be set !!"},
+        {"OX_Calibrate", OX_Calibrate, 2, none},
+        {"OX_TriggerMeasurement", OX_TriggerMeasurement, 2, none},
+        {"OX_TriggerCountedScan", [] { return OX_TriggerCountedScan(5); }, 2, none},
+        {"OX_GetNumberOfAvailableSamples", [] { return OX_GetNumberOfAvailableSamples() == -1 ? 2 : 0; }, 2, none},
+        {"OX_KeyPressed", OX_KeyPressed, 2, none},
+        {"OX_IsConnected", OX_IsConnected, 2, none},
+        {"OX_GetSpectrum", [&] { return OX_GetSpectrum(values.data(), 0); }, 2, none},
+        {"OX_GetTriStimulus", [&] { return OX_GetTriStimulus(values.data(), 0); }, 2, none},
+        {"OX_GetDensity", [&] { return OX_GetDensity(values.data(), 0); }, 2, none},
+        {"OX_SetSubstrate", [&] { return OX_SetSubstrate(values.data()); }, 2, none},
+        {"OX_SetOption", Setting("MeasurementMode", "Foo"), 2, none},
+        {"OX_SetOption", Setting("Colorimetric.Observer", "TenDegree"), 2, none},
+        {"OX_SetOption", Setting("Recognition", "yes"), 2, none},
+        {"OX_SetOption", Setting("Reset", "SingleEmission"), 2, none},
+        {"OX_TriggerCountedScan", [] { return OX_TriggerCountedScan(0); }, 10, "count must be > 0 !!"},
+        {"OX_SetOption", Setting("PhysicalFilter", "1"), 10, "The physical filter can not be set !!"},
     };
     for (const Failure& failure : failures)
         ExpectFailure(failure);
@@ -109,57 +107,45 @@ TEST_F(SpectrophotometerFailures, EachHasItsCodeItsTextAndItsCallOfTheHandler)
     Plug();
     MeasureGrey();
     std::array<float, 36> values{};
+    const std::string isNull = "parameter must not be null", isEmpty = "parameter must not be empty";
     const std::string noDensity =
         "density calculation only supported in reflectance mode. Current mode is SingleEmission";
     const Failure failures[] = {
-        {"index", "OX_GetSpectrum", [&] { return OX_GetSpectrum(values.data(), 1); }, 8, "index 1 out of range"},
-        {"negative index", "OX_GetTriStimulus", [&] { return OX_GetTriStimulus(values.data(), -2); }, 8,
-         "index 4294967294 out of range"},
-        {"largest index", "OX_GetDensity", [&] { return OX_GetDensity(values.data(), 2147483647); }, 8,
-         "index 2147483647 out of range"},
-        {"null spectrum", "OX_GetSpectrum", [] { return OX_GetSpectrum(nullptr, 0); }, 10,
-         "parameter must not be null"},
-        {"null color", "OX_GetTriStimulus", [] { return OX_GetTriStimulus(nullptr, 0); }, 10,
-         "parameter must not be null"},
-        {"null densities", "OX_GetDensities", [] { return OX_GetDensities(nullptr, nullptr, 0); }, 10,
-         "parameter must not be null"},
-        {"null density", "OX_GetDensity", [] { return OX_GetDensity(nullptr, 0); }, 10, "parameter must not be null"},
-        {"null substrate", "OX_SetSubstrate", [] { return OX_SetSubstrate(nullptr); }, 10,
-         "parameter must not be null"},
-        {"null key", "OX_SetOption", Setting(nullptr, "x"), 10, "parameter must not be null"},
-        {"null value", "OX_SetOption", Setting("x", nullptr), 10, "parameter must not be null"},
-        {"empty key", "OX_SetOption", Setting("", "x"), 10, "parameter must not be empty"},
-        {"empty value", "OX_SetOption", Setting("Reset", ""), 10, "parameter must not be empty"},
-        {"null question", "OX_GetOption", Asking(nullptr), 10, "parameter must not be null"},
-        {"empty question", "OX_GetOption", Asking(""), 10, "parameter must not be empty"},
-        {"unknown question", "OX_GetOption", Asking("Anything"), 10, "Unknown argument Anything"},
-        {"case", "OX_GetOption", Asking("version"), 10, "Unknown argument version"},
-        {"number too large", "OX_GetOption", Asking("70000"), 10, "Unknown argument 70000"},
-        {"count", "OX_TriggerCountedScan", [] { return OX_TriggerCountedScan(-2147483647 - 1); }, 10,
-         "count must be > 0 !!"},
-        {"mode", "OX_SetOption", Setting("MeasurementMode", "singleemission"), 10,
-         "No such measure interface singleemission"},
-        {"mode of a reset", "OX_SetOption", Setting("Reset", "Foo"), 6,
-         "the connected device doesn't support \"Foo\" !"},
-        {"recognition of a spot", "OX_SetOption", Setting("Recognition", "no"), 6,
-         "recoginition only supported in reflectance-scan mode"},
-        {"question for it", "OX_GetOption", Asking("Recognition"), 6,
-         "recoginition only supported in reflectance-scan mode"},
-        {"device type", "OX_SetOption", Setting("DeviceType", "Foo"), 12, "unknown device type \"Foo\""},
-        {"device number", "OX_SetOption", Setting("DeviceType", "Orvex128"), 12, "unknown device type \"Orvex128\""},
-        {"negative number", "OX_SetOption", Setting("DeviceType", "Orvex-1"), 12, "unknown device type \"Orvex-1\""},
-        {"reset of an unknown type", "OX_SetOption", Setting("Reset", "Orvex999"), 12,
-         "unknown device type \"Orvex999\""},
+        {"OX_GetSpectrum", [&] { return OX_GetSpectrum(values.data(), 1); }, 8, "index 1 out of range"},
+        {"OX_GetTriStimulus", [&] { return OX_GetTriStimulus(values.data(), -2); }, 8, "index 4294967294 out of range"},
+        {"OX_GetDensity", [&] { return OX_GetDensity(values.data(), 2147483647); }, 8, "index 2147483647 out of range"},
+        {"OX_GetSpectrum", [] { return OX_GetSpectrum(nullptr, 0); }, 10, isNull},
+        {"OX_GetTriStimulus", [] { return OX_GetTriStimulus(nullptr, 0); }, 10, isNull},
+        {"OX_GetDensities", [] { return OX_GetDensities(nullptr, nullptr, 0); }, 10, isNull},
+        {"OX_GetDensity", [] { return OX_GetDensity(nullptr, 0); }, 10, isNull},
+        {"OX_SetSubstrate", [] { return OX_SetSubstrate(nullptr); }, 10, isNull},
+        {"OX_SetOption", Setting(nullptr, "x"), 10, isNull},
+        {"OX_SetOption", Setting("x", nullptr), 10, isNull},
+        {"OX_SetOption", Setting("", "x"), 10, isEmpty},
+        {"OX_SetOption", Setting("Reset", ""), 10, isEmpty},
+        {"OX_GetOption", Asking(nullptr), 10, isNull},
+        {"OX_GetOption", Asking(""), 10, isEmpty},
+        {"OX_GetOption", Asking("Anything"), 10, "Unknown argument Anything"},
+        {"OX_GetOption", Asking("version"), 10, "Unknown argument version"},
+        {"OX_GetOption", Asking("70000"), 10, "Unknown argument 70000"},
+        {"OX_TriggerCountedScan", [] { return OX_TriggerCountedScan(-2147483647 - 1); }, 10, "count must be > 0 !!"},
+        {"OX_SetOption", Setting("MeasurementMode", "singleemission"), 10, "No such measure interface singleemission"},
+        {"OX_SetOption", Setting("Reset", "Foo"), 6, "the connected device doesn't support \"Foo\" !"},
+        {"OX_SetOption", Setting("Recognition", "no"), 6, "recoginition only supported in reflectance-scan mode"},
+        {"OX_GetOption", Asking("Recognition"), 6, "recoginition only supported in reflectance-scan mode"},
+        {"OX_SetOption", Setting("DeviceType", "Foo"), 12, "unknown device type \"Foo\""},
+        {"OX_SetOption", Setting("DeviceType", "Orvex128"), 12, "unknown device type \"Orvex128\""},
+        {"OX_SetOption", Setting("DeviceType", "Orvex-1"), 12, "unknown device type \"Orvex-1\""},
+        {"OX_SetOption", Setting("Reset", "Orvex999"), 12, "unknown device type \"Orvex999\""},
     };
     for (const Failure& failure : failures) {
         ExpectFailure(failure);
         ASSERT_EQ(Option("DeviceType"), "Orvex");
     }
     ASSERT_OK(Set("Colorimetric.WhiteBase", "Paper"));
+    ExpectFailure({"OX_GetDensity", [&] { return OX_GetDensity(values.data(), 0); }, 5, "no substrate set"});
     ExpectFailure(
-        {"no paper", "OX_GetDensity", [&] { return OX_GetDensity(values.data(), 0); }, 5, "no substrate set"});
-    ExpectFailure({"no paper", "OX_GetDensities", [&] { return OX_GetDensities(values.data(), nullptr, 0); }, 5,
-                   "no substrate set"});
+        {"OX_GetDensities", [&] { return OX_GetDensities(values.data(), nullptr, 0); }, 5, "no substrate set"});
     EXPECT_EQ(OX_GetTriStimulus(values.data(), 0), OX_InternalError)
         << "no color relative to a paper that is not there";
     const Spectrum none = Flat(0), paper = Flat(0.85F);
@@ -173,10 +159,10 @@ TEST_F(SpectrophotometerFailures, EachHasItsCodeItsTextAndItsCallOfTheHandler)
              {"OX_GetDensity", [&] { return OX_GetDensity(values.data(), 0); }},
              {"OX_GetDensities", [&] { return OX_GetDensities(values.data(), nullptr, 0); }},
              {"OX_SetSubstrate", [&] { return OX_SetSubstrate(paper.data()); }}})
-        ExpectFailure({"no reflectance", function, call, 6, noDensity});
+        ExpectFailure({function, call, 6, noDensity});
     Show("source");
-    ExpectFailure({"no dark", "OX_TriggerMeasurement", OX_TriggerMeasurement, 3, "Sample calculation: Data not valid"});
-    ExpectFailure({"no dark", "OX_Calibrate", OX_Calibrate, 3, "Dark calculation: Data is not valid"});
+    ExpectFailure({"OX_TriggerMeasurement", OX_TriggerMeasurement, 3, "Sample calculation: Data not valid"});
+    ExpectFailure({"OX_Calibrate", OX_Calibrate, 3, "Dark calculation: Data is not valid"});
 }
 
 TEST_F(SpectrophotometerFailures, ACallWithoutAClassOfItsOwnIsAnInternalError)
@@ -207,15 +193,20 @@ TEST_F(SpectrophotometerFailures, AnInstrumentWithoutAmbientHeadOrReflectanceSay
     ASSERT_EQ(oxv_set_number(device, "ambient-head", 0), OXV_OK);
     Restart();
     for (const char* mode : {"SingleAmbientLight", "ScanningAmbientLight"})
-        ExpectFailure({mode, "OX_SetOption", Setting("MeasurementMode", mode), 6,
+        ExpectFailure({"OX_SetOption", Setting("MeasurementMode", mode), 6,
                        "the connected device doesn't support ambient-light measurements !"});
     ASSERT_EQ(oxv_set_number(device, "device-type", 2), OXV_OK);
     Restart();
     for (const char* mode : {"SingleReflectance", "ScanningReflectance"})
-        ExpectFailure({mode, "OX_SetOption", Setting("MeasurementMode", mode), 6,
+        ExpectFailure({"OX_SetOption", Setting("MeasurementMode", mode), 6,
                        "the connected device is a ox-monitor and doesn't support reflectance measurements !"});
-    ExpectFailure({"scan", "OX_TriggerCountedScan", [] { return OX_TriggerCountedScan(5); }, 10,
-                   "No such mode (RemissionScanHandle)"});
+    ExpectFailure(
+        {"OX_TriggerCountedScan", [] { return OX_TriggerCountedScan(5); }, 10, "No such mode (RemissionScanHandle)"});
+    EXPECT_EQ(Option("MeasurementMode"), "SingleEmission");
+    EXPECT_EQ(Option("AvailableMeasurementModes"), "SingleEmission");
+    CalibrateIn("SingleEmission");
+    Show("source");
+    EXPECT_OK(OX_TriggerMeasurement());
 }
 
 TEST_F(SpectrophotometerFailures, ARefusalNamesItsRule)
@@ -238,22 +229,6 @@ TEST_F(SpectrophotometerFailures, ARefusalNamesItsRule)
         EXPECT_TRUE(lines.insert(trace.substr(trace.find(location), trace.find('\n', trace.find(location)))).second)
             << trace;
     }
-}
-
-TEST_F(SpectrophotometerFailures, AFailedRecognitionIsNoCallOfTheHandler)
-{
-    Plug();
-    CalibrateIn("ScanningReflectance");
-    ASSERT_OK(Set("Recognition", "yes"));
-    EXPECT_EQ(Option("Recognition"), "yes");
-    TakeReports();
-    EXPECT_EQ(OX_TriggerMeasurement(), OX_RecognitionFailed) << "the tile has no patches";
-    EXPECT_THAT(TakeReports(), IsEmpty());
-    EXPECT_EQ(OX_TriggerMeasurement(), OX_RecognitionFailed);
-    EXPECT_EQ(Option("LastError"), "strip recognition failed");
-    ASSERT_OK(Set("Recognition", "no"));
-    EXPECT_OK(OX_TriggerMeasurement());
-    EXPECT_GT(OX_GetNumberOfAvailableSamples(), 10);
 }
 
 TEST_F(SpectrophotometerFailures, ARefusedArrayIsMarked)
@@ -283,28 +258,6 @@ TEST_F(SpectrophotometerFailures, ARefusedArrayIsMarked)
     paper.fill(0.8F);
     EXPECT_OK(OX_SetSubstrate(paper.data()));
     EXPECT_THAT(paper, Each(0.8F)) << "input is no array to be marked";
-}
-
-TEST_F(SpectrophotometerFailures, TheAutomaticFilterIsNamedWhereItWasAskedFor)
-{
-    Plug();
-    MeasureGrey();
-    std::array<float, 4> densities{};
-    std::int32_t chosen = -1;
-    EXPECT_STREQ(OX_GetDeviceInfo("Colorimetric.DensityFilterMode"), "not set");
-    ASSERT_OK(OX_GetDensities(densities.data(), &chosen, 0));
-    EXPECT_THAT(chosen, AnyOf(0, 1, 2, 3));
-    const std::string name = OX_GetDeviceInfo("Colorimetric.DensityFilterMode");
-    EXPECT_THAT(name, AnyOf("Cyan", "Magenta", "Yellow", "Black"));
-    EXPECT_EQ(Option("Colorimetric.DensityFilterMode"), "Auto");
-    ASSERT_OK(Set("Colorimetric.DensityFilterMode", "Cyan"));
-    ASSERT_OK(OX_GetDensities(densities.data(), nullptr, 0));
-    EXPECT_EQ(Option("Colorimetric.DensityFilterMode"), "Cyan");
-    EXPECT_EQ(Option("LastAutoDensityFilter"), name);
-    float density = 0;
-    ASSERT_OK(OX_GetDensity(&density, 0));
-    EXPECT_EQ(density, densities[0]);
-    EXPECT_EQ(Option("LastAutoDensityFilter"), "not set");
 }
 
 TEST_F(SpectrophotometerFailures, TheSpellingOfAValueDecidesItsType)
