@@ -8,7 +8,6 @@
 #include "orvex/zelcal.h"
 
 #include <cxxabi.h>
-#include <source_location>
 
 namespace ZelkovaSDK {
 
@@ -54,13 +53,13 @@ struct IntensityRow {
 constexpr IntensityRow intensities[] = {{"Bleak", MeasureBleak}, {"Bright", MeasureBright}, {"Auto", MeasureAuto}};
 
 /// Throws what a code of the toolkit means, unless it means success.
+/// @param file, line  of the rule, which is the caller: clang 14 has no std::source_location
 void Check(std::int32_t code, std::int32_t result, const char* text, const char* method,
-           const std::source_location& rule = std::source_location::current())
+           const char* file = __builtin_FILE(), int line = __builtin_LINE())
 {
     if (code != 0)
         throw SDKError(result, text + lexical_cast<std::string>(code),
-                       Vondrel::Utilities::Exceptions::MakeLocation("Zelkova", method, rule.file_name(),
-                                                                    static_cast<int>(rule.line())));
+                       Vondrel::Utilities::Exceptions::MakeLocation("Zelkova", method, file, line));
 }
 
 }
