@@ -210,6 +210,12 @@ private:
         return 0.1F * std::min(2.0F, off * off) + (b == a + 1 && reference.empty() && Twins(a, b) ? 1.0F : 0.0F);
     }
 
+    /// Of one flat that is the next patch too: equal neighbours, which only a reference tells.
+    float StayCost(std::size_t flat) const
+    {
+        return reference.empty() || flats[flat].count < 1.6F * usual ? never : 1.0F;
+    }
+
     const Lab& Expected(std::size_t patch, bool reversed) const
     {
         return reference[reversed ? patches - 1 - patch : patch];
@@ -221,7 +227,7 @@ private:
             return 0;
         float sum = 0;
         for (std::size_t i = 0; i < 3; ++i) {
-            const float off = scales[i] * labs[flat][i] + shifts[i] - Expected(patch, reversed)[i];
+            const float off = labs[flat][i] + shifts[i] - Expected(patch, reversed)[i];
             sum += off * off;
         }
         return std::min(8.0F, sum / (2 * tolerance * tolerance));
@@ -230,7 +236,6 @@ private:
     Choice Align(bool reversed)
     {
         shifts = {0, 0, 0};
-        scales = {1, 1, 1};
         tolerance = 6;
         Choice choice = Best(reversed);
         for (int round = 0; round < 2 && !choice.flats.empty(); ++round) {
@@ -284,7 +289,12 @@ private:
                         from[patch * count + j] = static_cast<std::uint32_t>(a);
                     }
                 }
-                least += take[j] + ColourCost(j, patch, reversed);
+                least += take[j];
+                if (patch > 0 && cost[(patch - 1) * count + j] + StayCost(j) < least) {
+                    least = cost[(patch - 1) * count + j] + StayCost(j);
+                    from[patch * count + j] = static_cast<std::uint32_t>(j);
+                }
+                least += ColourCost(j, patch, reversed);
             }
         Choice choice;
         choice.reversed = reversed;
@@ -311,7 +321,7 @@ private:
     const std::vector<Lab>& labs;
     float usual = 1, pitch = 1, tolerance = 6;
     bool hasBacking = false; // the same at both ends
-    std::array<float, 3> shifts{}, scales{1, 1, 1};
+    std::array<float, 3> shifts{};
     Rows lights; // cube roots of the flats' colours
     std::vector<float> weight, blend, inside, before, behind, take;
 };
@@ -321,7 +331,7 @@ private:
 Choice ChooseFlats(const std::vector<Flat>& flats, const Noise& noise, std::size_t patches,
                    const std::vector<Lab>& reference, const std::vector<Lab>& labs)
 {
-    if (flats.size() < patches || patches == 0)
+    if (flats.empty() || (flats.size() < patches && reference.empty()))
         return {};
     return Chooser(flats, noise, patches, reference, labs).Choose();
 }

@@ -12,7 +12,7 @@ using Lab = std::array<float, 3>;
 
 /// Flats that were taken for the patches, in the order of the scan.
 struct Choice {
-    std::vector<std::size_t> flats;
+    std::vector<std::size_t> flats;                      ///< one for each patch, ascending
     float cost = std::numeric_limits<float>::infinity(); ///< the lower, the more likely
     float colour = 0;                                    ///< the part of it that the reference causes
     bool reversed = false;
@@ -23,7 +23,7 @@ struct Choice {
 /// A dynamic programme over flats and patches takes the choice of the least cost. It costs to leave out a flat: next to
 /// nothing if it is an exact blend of its neighbours or has the colour of the gaps, more at the ends if it is no
 /// backing, most in the middle; it costs to take one that is short for a patch. With a reference it costs how far the
-/// colours lie apart, after the shift and scale that most patches share.
+/// colours lie apart, after the shift that most patches share, and one long flat may be several equal patches.
 /// @param reference  empty, or one colour for each patch
 /// @param labs       the colours of the flats, where there is a reference
 Choice ChooseFlats(const std::vector<Flat>& flats, const Noise& noise, std::size_t patches,

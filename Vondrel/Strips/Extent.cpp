@@ -22,7 +22,9 @@ public:
         std::vector<Span> spans;
         for (const std::size_t flat : chosen)
             spans.push_back(Bounds(flat));
-        Part(spans);
+        const std::size_t edge = Edge(spans);
+        Part(spans, edge);
+        Share(spans, edge);
         std::vector<Extent> extents;
         for (std::size_t i = 0; i < chosen.size(); ++i)
             extents.push_back(Clean(chosen[i], spans[i]));
@@ -88,25 +90,45 @@ private:
         return bounds;
     }
 
-    /// Parts neighbours that noise lets come too near.
-    void Part(std::vector<Span>& spans) const
+    /// The usual number of readings over an edge.
+    std::size_t Edge(const std::vector<Span>& spans) const
     {
-        std::vector<std::size_t> gaps;
+        std::vector<std::size_t> edges{0};
         for (std::size_t i = 1; i < spans.size(); ++i)
             if (chosen[i] == chosen[i - 1] + 1)
-                gaps.push_back(spans[i].first - spans[i - 1].last - 1);
-        if (gaps.empty())
-            return;
-        const auto half = gaps.begin() + static_cast<std::ptrdiff_t>(gaps.size() / 2);
-        std::nth_element(gaps.begin(), half, gaps.end());
-        for (std::size_t i = 1; i < spans.size(); ++i)
-            for (bool left = true; chosen[i] == chosen[i - 1] + 1 && spans[i].first - spans[i - 1].last - 1 < *half;
-                 left = !left) {
-                Span& span = left ? spans[i - 1] : spans[i];
-                if (spans[i - 1].Length() < 3 || spans[i].Length() < 3)
+                edges.push_back(spans[i].first - spans[i - 1].last - 1);
+        const auto half = edges.begin() + static_cast<std::ptrdiff_t>(edges.size() / 2);
+        std::nth_element(edges.begin(), half, edges.end());
+        return *half;
+    }
+
+    /// Parts neighbours that noise lets come too near.
+    void Part(std::vector<Span>& spans, std::size_t edge) const
+    {
+        for (std::size_t i = 1; i < spans.size(); ++i) {
+            Span &left = spans[i - 1], &right = spans[i];
+            for (bool turn = true; chosen[i] == chosen[i - 1] + 1 && right.first - left.last - 1 < edge; turn = !turn) {
+                if (left.Length() < 3 || right.Length() < 3)
                     break;
-                (left ? span.last : span.first) += left ? static_cast<std::size_t>(-1) : 1;
+                turn ? --left.last : ++right.first;
             }
+        }
+    }
+
+    /// Shares a flat among the equal patches that it is.
+    void Share(std::vector<Span>& spans, std::size_t edge) const
+    {
+        for (std::size_t i = 0, end = 0; i < spans.size(); i = end) {
+            while (end < spans.size() && chosen[end] == chosen[i])
+                ++end;
+            const std::size_t parts = end - i;
+            const Span whole = spans[i];
+            const std::size_t margin = whole.Length() / parts > 2 * edge ? (edge + 1) / 2 : 0;
+            for (std::size_t part = 0; part < parts && whole.Length() >= parts; ++part)
+                spans[i + part] = {whole.first + whole.Length() * part / parts + (part > 0 ? margin : 0),
+                                   whole.first + whole.Length() * (part + 1) / parts - 1
+                                       - (part + 1 < parts ? margin : 0)};
+        }
     }
 
     Extent Clean(std::size_t flat, const Span& span) const

@@ -28,6 +28,20 @@ public:
         if (white <= 0)
             return std::nullopt;
         pool = std::max<std::size_t>(1, strip.count / strip.patches / readingsPerPatch);
+        for (Choice choice = Divide();; choice = Divide()) {
+            if (pool == 1 || Pitch(choice) >= readingsPerPatch / 2) {
+                if (choice.flats.empty())
+                    return std::nullopt;
+                return Read(choice);
+            }
+            pool /= 2; // a strip that is short against its backing
+        }
+    }
+
+private:
+    /// The best choice from the pooled scan.
+    Choice Divide()
+    {
         linear = Pooled(pool);
         TakeNoise();
         Choice best;
@@ -41,12 +55,17 @@ public:
             if (best.cost - best.colour < 0.5F)
                 break;
         }
-        if (best.flats.empty())
-            return std::nullopt;
-        return Read(best);
+        return best;
     }
 
-private:
+    /// Pooled readings from one patch to the next.
+    std::size_t Pitch(const Choice& choice) const
+    {
+        if (choice.flats.empty())
+            return 0;
+        return (chosen[choice.flats.back()].span.last - chosen[choice.flats.front()].span.first + 1) / strip.patches;
+    }
+
     /// The level that nearly all readings stay below: white, where there is some.
     double White() const
     {

@@ -10,7 +10,7 @@ namespace Vondrel::Strips {
 namespace {
 
 constexpr double smallest = 0.0007;       // noise that is always reckoned with, of each channel ...
-constexpr float smallestFlicker = 0.002F; // ... and of all together
+constexpr float smallestFlicker = 0.003F; // ... and of all together
 constexpr float darkest = 0.02F;          // of white; flicker is not looked for in what is darker
 constexpr std::size_t levels = 8;         // in which noise is looked at apart
 

@@ -117,10 +117,10 @@ public:
 private:
     Spectrum AnyColour()
     {
-        const auto& chart = ColorChecker();
-        const Spectrum black{};
-        return Mix(Mix(chart[chance.Below(24)], chart[chance.Below(24)], chance.Between(0, 1)), black,
-                   chance.Between(0, 0.5));
+        const Spectrum& first = ColorChecker()[chance.Below(24)];
+        const Spectrum& second = ColorChecker()[chance.Below(24)];
+        const double share = chance.Between(0, 1);
+        return Mix(Mix(first, second, share), Spectrum{}, chance.Between(0, 0.5));
     }
 
     /// Far enough from the one before, from the gaps and, at the ends, from the backing.
@@ -135,17 +135,19 @@ private:
     Spectrum NextColour()
     {
         const bool end = colours.empty() || colours.size() + 1 == settings.patches;
+        const Spectrum colour = AnyColour();
         if (settings.ends > 0 && end)
-            return Step(backing, AnyColour(), settings.ends);
+            return Step(backing, colour, settings.ends);
         if (settings.furthest > 0 && !colours.empty())
-            return Step(colours.back(), AnyColour(), chance.Between(settings.nearest, settings.furthest));
-        return AnyColour();
+            return Step(colours.back(), colour, chance.Between(settings.nearest, settings.furthest));
+        return colour;
     }
 
     void ChooseColours()
     {
         const auto& chart = ColorChecker();
-        paper = Mix(chart[18], AnyColour(), chance.Between(0, 0.04));
+        paper = AnyColour();
+        paper = Mix(chart[18], paper, chance.Between(0, 0.04));
         backing = paper;
         if (settings.backingLevel > 0)
             backing.fill(static_cast<float>(settings.backingLevel));
@@ -182,7 +184,7 @@ private:
     void LayOut()
     {
         if (settings.backing)
-            Add(backing, chance.Between(1, 3) + settings.aperture);
+            Add(backing, settings.backingLength * chance.Between(0.5, 1.5) + settings.aperture);
         if (settings.bar > 0) {
             Add(Mix(ColorChecker()[23], Spectrum{}, 0.3), settings.bar);
             if (settings.barGap > 0)
@@ -194,13 +196,15 @@ private:
             Add(colours[i], 1 + settings.widths * chance.Between(-1, 1), static_cast<std::int32_t>(i));
         }
         if (settings.backing)
-            Add(backing, chance.Between(1, 3) + settings.aperture);
+            Add(backing, settings.backingLength * chance.Between(0.5, 1.5) + settings.aperture);
     }
 
     /// The share of the aperture's light that falls before x, from -1 to 1 across it.
     double Before(double x) const
     {
         x = std::clamp(x, -1.0, 1.0);
+        if (settings.soft) // smooth, and still of no more than the aperture's width
+            return (1 + x) * (1 + x) * (2 - x) / 4;
         return round ? 0.5 + (x * std::sqrt(1 - x * x) + std::asin(x)) / std::numbers::pi : (x + 1) / 2;
     }
 
@@ -266,12 +270,15 @@ private:
     void Disturb()
     {
         const std::size_t count = scene.Count();
+        const double period = std::exp(chance.Between(std::log(4.0), std::log(40.0))) / (2 * std::numbers::pi);
+        const double phase = chance.Between(0, 6.3);
         for (std::size_t i = 0; i < count; ++i) {
-            const double factor = (1 + settings.common * chance.Normal()) * Drift(i);
+            const double wave = settings.waves * std::sqrt(2.0) * std::sin(phase + static_cast<double>(i) / period);
+            const double factor = (1 + settings.common * chance.Normal() + wave) * Drift(i);
             for (std::size_t band = 0; band < 36; ++band) {
                 float& value = scene.readings[36 * i + band];
-                value = static_cast<float>(value * factor * (1 + settings.proportional * chance.Normal())
-                                           + settings.additive * chance.Normal());
+                const double read = value * factor * (1 + settings.proportional * chance.Normal());
+                value = static_cast<float>(read + settings.additive * chance.Normal());
             }
         }
         for (std::size_t i = 0; i < settings.dust; ++i) {

@@ -10,6 +10,7 @@ struct StripSettings {
     std::size_t patches = 24;
     double readings = 30;        ///< a patch, in the mean
     double aperture = 0.2;       ///< its diameter; round or rectangular, by the seed
+    bool soft = false;           ///< the aperture has no sharp rim
     double speed = 0.1;          ///< how far the hand's speed leaves its mean
     double widths = 0;           ///< how far a patch's width leaves the mean
     double gap = 0;              ///< between patches
@@ -26,8 +27,10 @@ struct StripSettings {
     double common = 0.001;       ///< flicker: of what is read, for all bands
     std::size_t dust = 0;        ///< readings that dust or glint spoils
     std::size_t stops = 0;       ///< places where the hand rests for half a patch to one and a half
+    double waves = 0;            ///< flicker of 4 to 40 readings a period, for all bands
     double drift = 0;            ///< of the lamp over the scan
     bool backing = true;         ///< before and behind the strip; else the scan begins and ends on a patch
+    double backingLength = 2;    ///< on each side, in the mean
     double backingLevel = 0;     ///< a grey backing of this reflectance; 0: paper
     double bar = 0;              ///< a black bar before the strip, of this width
     double barGap = 1;           ///< the paper between bar and strip
