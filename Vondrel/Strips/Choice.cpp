@@ -17,6 +17,7 @@ public:
         : flats(f), noise(n), patches(k), reference(r), labs(l)
     {
         Measure();
+        FindViews();
         FindBlends();
     }
 
@@ -74,13 +75,22 @@ private:
     /// Pieces of one patch, not two patches.
     bool Twins(std::size_t a, std::size_t b) const { return Contrast(a, b) < 0.15F; }
 
+    /// Flat k on the even scale at the colour of flat j, where mixtures lie on straight lines.
+    const Row& View(std::size_t j, std::size_t k) const { return views[j * 2 * widest + widest + k - j]; }
+
+    void FindViews()
+    {
+        views.resize(flats.size() * 2 * widest);
+        for (std::size_t j = 0; j < flats.size(); ++j)
+            for (std::size_t k = j - std::min(j, widest - 1); k < std::min(flats.size(), j + widest); ++k)
+                views[j * 2 * widest + widest + k - j] = noise.EvenStep(flats[j].linear, flats[k].linear);
+    }
+
     /// How far flat j is from being a mixture of a and b, 0 (it is one) to 1.
     float BlendMisfit(std::size_t j, std::size_t a, std::size_t b) const
     {
-        const Row& x = flats[j].linear;
         const Even& even = flats[j].even;
-        const Row line = noise.EvenStep(x, Minus(flats[b].linear, flats[a].linear));
-        const Row off = noise.EvenStep(x, Minus(x, flats[a].linear));
+        const Row line = Minus(View(j, b), View(j, a)), off = Minus(View(j, j), View(j, a));
         const float length = even.Product(line, line);
         const float share = length > 0 ? even.Product(line, off) / length : 0;
         const float variance = Variance(j, a, b, share);
@@ -89,14 +99,12 @@ private:
         return Misfit(even.Product(off, off) - share * share * length, length, variance);
     }
 
-    /// The same for a mixture of three.
-    float BlendMisfit(std::size_t j, std::size_t a, std::size_t b, std::size_t gap) const
+    /// The same for a mixture with the colour of the gaps.
+    float BlendMisfit(std::size_t j, std::size_t a, std::size_t b, const Row& gap) const
     {
-        const Row& x = flats[j].linear;
         const Even& even = flats[j].even;
-        const Row first = noise.EvenStep(x, Minus(flats[b].linear, flats[a].linear));
-        const Row second = noise.EvenStep(x, Minus(flats[gap].linear, flats[a].linear));
-        const Row off = noise.EvenStep(x, Minus(x, flats[a].linear));
+        const Row first = Minus(View(j, b), View(j, a)), second = Minus(gap, View(j, a));
+        const Row off = Minus(View(j, j), View(j, a));
         const float p = even.Product(first, first), q = even.Product(first, second), r = even.Product(second, second);
         const float u = even.Product(first, off), v = even.Product(second, off);
         const float area = p * r - q * q;
@@ -151,26 +159,46 @@ private:
         return colours;
     }
 
-    /// What it costs to leave flats out, under a colour of the gaps.
+    /// Flats of the gaps' colour, if they come again and again.
+    std::vector<bool> FindGaps(std::size_t gap) const
+    {
+        std::vector<bool> isGap(flats.size());
+        std::size_t times = 0;
+        for (std::size_t i = 0; i < flats.size(); ++i) {
+            isGap[i] = gap != none && Same(i, gap);
+            times += isGap[i] && i > 0 && i + 1 < flats.size();
+        }
+        return 3 * times < patches ? std::vector<bool>(flats.size()) : isGap;
+    }
+
+    /// What the flats between two patches cost.
+    void WeighInside(std::size_t gap, const std::vector<bool>& isGap)
+    {
+        const std::size_t count = flats.size();
+        Rows gapViews(count);
+        for (std::size_t j = 0; j < count && gap != none; ++j)
+            gapViews[j] = noise.EvenStep(flats[j].linear, flats[gap].linear);
+        inside.assign(count * widest, 0);
+        for (std::size_t a = 0; a < count; ++a)
+            for (std::size_t step = 2; step < widest && a + step < count; ++step)
+                for (std::size_t j = a + 1; j < a + step; ++j) {
+                    float cost = blend[(a * widest + step) * widest + j - a];
+                    if (isGap[j])
+                        cost = 0.02F;
+                    else if (Twins(j, a) || Twins(j, a + step))
+                        cost = std::min(cost, 0.3F);
+                    else if (cost > 0.5F && gap != none && step < 5)
+                        cost = std::min(cost, BlendMisfit(j, a, a + step, gapViews[j]));
+                    inside[a * widest + step] += 3 * std::min(1.0F, 2 * weight[j]) * cost;
+                }
+    }
+
+    /// What it costs to leave flats out and to take them, under a colour of the gaps.
     void Weigh(std::size_t gap)
     {
         const std::size_t count = flats.size();
-        inside.assign(count * widest, 0);
-        std::vector<bool> isGap(count);
-        for (std::size_t i = 0; i < count; ++i)
-            isGap[i] = gap != none && Same(i, gap);
-        for (std::size_t a = 0; a < count; ++a)
-            for (std::size_t step = 2; step < widest && a + step < count; ++step)
-                for (std::size_t j = 1; j < step; ++j) {
-                    float cost = blend[(a * widest + step) * widest + j];
-                    if (isGap[a + j])
-                        cost = 0.02F;
-                    else if (Twins(a + j, a) || Twins(a + j, a + step))
-                        cost = std::min(cost, 0.3F);
-                    else if (cost > 0.5F && gap != none && step < 5)
-                        cost = std::min(cost, BlendMisfit(a + j, a, a + step, gap));
-                    inside[a * widest + step] += 3 * std::min(1.0F, 2 * weight[a + j]) * cost;
-                }
+        const std::vector<bool> isGap = FindGaps(gap);
+        WeighInside(gap, isGap);
         before.assign(count + 1, 0);
         behind.assign(count + 1, 0);
         for (std::size_t i = 0; i < count; ++i)
@@ -323,6 +351,7 @@ private:
     bool hasBacking = false; // the same at both ends
     std::array<float, 3> shifts{};
     Rows lights; // cube roots of the flats' colours
+    Rows views;
     std::vector<float> weight, blend, inside, before, behind, take;
 };
 
