@@ -145,7 +145,7 @@ TEST_F(Driver, WaitsNoLongerThanItIsTold)
         Set(IntegrationTime, static_cast<float>(c.time));
         Set(TriggerDelay, static_cast<float>(c.delay));
         Set(SpectrumCount, c.count);
-        Set(ScanMode, c.scan);
+        Set(ScanMode, std::int32_t{c.scan});
         Fail(c.point, "timeout", c.nth);
         const auto before = oxv_clock_now();
         EXPECT_THAT(Measure(driver), testing::StartsWith("TimeoutException: "));
@@ -211,8 +211,16 @@ TEST_F(Driver, GivesASpotAsOneRecordAndAScanAsOneForEachSpectrum)
     EXPECT_EQ(driver.GetLogData(false).GetItem(LastIntegrationTime).AsFloat(), 0.02F);
     EXPECT_FLOAT_EQ(driver.GetLogData(false).GetItem(LampOnTime).AsFloat(), 3 * 0.02F + 0.25F + 25 * 0.02F + 0.25F);
 
+    for (const auto& [id, count] : {std::pair{ScanMode, 1U}, {DarkMeasurement, 1U}}) { // flags on the wire only
+        Set(id, std::int32_t{2});
+        Set(SimulateDark, std::int32_t{1});
+        ASSERT_EQ(Measure(driver), "nothing");
+        EXPECT_EQ(records.size(), count);
+        EXPECT_EQ(Log(driver, DarkMeasurementCount), 0);
+        Set(SimulateDark, std::int32_t{0});
+        Set(id, std::int32_t{0});
+    }
     Set(FirmwareVersion, 300);
-    Set(ScanMode, 0);
     SetBlocks(Blocks(1, 500, 100));
     ASSERT_EQ(Measure(driver), "nothing");
     EXPECT_EQ(records[0].LoadRawData()[0], RawSpectrum(128, 500)) << "no modes, no offsets";
@@ -269,7 +277,7 @@ TEST_F(Driver, WritesTheLogWhenItIsTimeAndTheMeasurementAllowsIt)
     };
     for (const bool dark : {false, true}) {
         SCOPED_TRACE(dark);
-        Set(DarkMeasurement, dark);
+        Set(DarkMeasurement, std::int32_t{dark});
         Set(LogMeasurement, 0);
         for (int i = 0; i < (dark ? 25 : 8); ++i) // three changes each; one of a dark
             EXPECT_EQ(writes(), 0);

@@ -8,6 +8,7 @@
 
 #include <functional>
 #include <future>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -49,50 +50,39 @@ TEST_F(Transport, TellsHowEachKindOfTransferFailed)
 {
     struct Case {
         const char* how;
-        const char* exception;
-        std::string reason;
+        std::string control; ///< "C": what a control transfer says
+        std::string bulk;    ///< "B": what a bulk transfer says, behind its direction
     };
-    for (const auto& c : {Case{"fail", "IOException", " (Win32 Error (5) : input/output error)"},
-                          {"stall", "IOException", " (Win32 Error (32) : broken pipe)"},
-                          {"unplug", "IOException", " (Win32 Error (19) : no such device)"},
-                          {"timeout", "TimeoutException", " (Win32 Error (110) : timed out)"},
-                          {"one-short", "short", " (Not enough data)"}}) {
-        SCOPED_TRACE(c.how);
-        const bool timeout = c.exception[0] == 'T';
-        const bool isShort = c.exception[0] == 's';
-        const std::string io = std::string(timeout ? "TimeoutException" : "IOException") + ": ";
-        const std::string control = (isShort ? "DataException: " : io) + "Device IO control failed"
-            + (timeout       ? " "
-                   : isShort ? ""
-                             : ":")
-            + (isShort       ? ""
-                   : timeout ? ""
-                             : " ")
-            + c.reason;
-        const std::string ending = " data failed" + std::string(timeout ? " (timeout)" : "") + c.reason;
-        Bytes data(8);
-        const Bytes place = {0, 0, 0, 0, 0, 8, 0, 0};
-        {
+    const Case cases[] = {
+        {"fail", "IOException: C:  (Win32 Error (5) : input/output error)",
+         "IOException: B (Win32 Error (5) : input/output error)"},
+        {"stall", "IOException: C:  (Win32 Error (32) : broken pipe)",
+         "IOException: B (Win32 Error (32) : broken pipe)"},
+        {"unplug", "IOException: C:  (Win32 Error (19) : no such device)",
+         "IOException: B (Win32 Error (19) : no such device)"},
+        {"timeout", "TimeoutException: C  (Win32 Error (110) : timed out)",
+         "TimeoutException: B (timeout) (Win32 Error (110) : timed out)"},
+        {"one-short", "DataException: C (Not enough data)", "IOException: B (Not enough data)"},
+    };
+    const auto text = [](std::string form, const char* words) { return form.replace(form.find(": ") + 2, 1, words); };
+    Bytes data(8);
+    const Bytes place = {0, 0, 0, 0, 0, 8, 0, 0};
+    for (const auto& c : cases)
+        for (const char* point : {"control", "bulk-read", "bulk-write"}) {
+            SCOPED_TRACE(std::string(point) + " " + c.how);
             BrindleUSBDevice instrument(nullptr, address);
-            Fail("control", c.how);
-            EXPECT_EQ(Thrown([&] { Order(instrument, 0xCA, {31}); }), control);
+            const bool reads = point == std::string("bulk-read");
+            if (point[0] == 'b')
+                Order(instrument, reads ? 0xC4 : 0xC3, place);
+            Fail(point, c.how);
+            if (point[0] == 'c')
+                EXPECT_EQ(Thrown([&] { Order(instrument, 0xCA, {31}); }), text(c.control, "Device IO control failed"));
+            else if (reads)
+                EXPECT_EQ(Thrown([&] { instrument.ReadData(data, 0); }), text(c.bulk, "read data failed"));
+            else
+                EXPECT_EQ(Thrown([&] { instrument.WriteData(data, 0); }), text(c.bulk, "write data failed"));
+            oxv_plug(device);
         }
-        oxv_plug(device);
-        {
-            BrindleUSBDevice instrument(nullptr, address);
-            Order(instrument, 0xC4, place);
-            Fail("bulk-read", c.how);
-            EXPECT_EQ(Thrown([&] { instrument.ReadData(data, 0); }), io + "read" + ending);
-        }
-        oxv_plug(device);
-        {
-            BrindleUSBDevice instrument(nullptr, address);
-            Order(instrument, 0xC3, place);
-            Fail("bulk-write", c.how);
-            EXPECT_EQ(Thrown([&] { instrument.WriteData(data, 0); }), io + "write" + ending);
-        }
-        oxv_plug(device);
-    }
 }
 
 TEST_F(Transport, OpensAllPipesOrNone)
@@ -276,50 +266,45 @@ TEST_F(Transport, ListsWhatIsAttached)
     EXPECT_FALSE(USBBrowser::Instance()->IsAnyOrvexConnected());
 }
 
-/// A second process that takes a system-wide lock and gives it back when told.
+/// A second process that takes a system-wide lock ('+') and gives it back ('-') as it is told.
 class OtherProcess {
 public:
     explicit OtherProcess(const std::string& name)
     {
-        if (::pipe(toChild) != 0 || ::pipe(toParent) != 0)
-            throw std::runtime_error("no pipe");
-        child = ::fork();
+        if (::socketpair(AF_UNIX, SOCK_STREAM, 0, line) != 0 || (child = ::fork()) < 0)
+            throw std::runtime_error("no other process");
         if (child != 0)
             return;
-        ::close(toChild[1]);
+        ::close(line[0]);
         const auto lock = Platform::NamedLock::Make(name, true);
-        for (char order = 0; ::read(toChild[0], &order, 1) == 1;) {
-            if (order == '+')
-                order = lock->Acquire(10000) == Platform::Waitable::Outcome::acquired ? '+' : '!';
-            else
+        for (char order = 0; ::read(line[1], &order, 1) == 1;) {
+            if (order == '+' && lock->Acquire(10000) != Platform::Waitable::Outcome::acquired)
+                order = '!';
+            if (order == '-')
                 lock->Release();
-            if (::write(toParent[1], &order, 1) != 1)
+            if (::write(line[1], &order, 1) != 1)
                 break;
         }
         ::_exit(0);
     }
     ~OtherProcess()
     {
-        ::close(toChild[1]);
+        ::close(line[0]);
+        ::close(line[1]);
         ::waitpid(child, nullptr, 0);
-        for (const int descriptor : {toChild[0], toParent[0], toParent[1]})
-            ::close(descriptor);
     }
     OtherProcess(const OtherProcess&) = delete;
     OtherProcess& operator=(const OtherProcess&) = delete;
 
-    /// @param order  '+' take, '-' give back
-    void Do(char order)
+    void Do(char order) const
     {
         char answer = 0;
-        EXPECT_EQ(::write(toChild[1], &order, 1), 1);
-        EXPECT_EQ(::read(toParent[0], &answer, 1), 1);
+        EXPECT_EQ(::write(line[0], &order, 1) + ::read(line[0], &answer, 1), 2);
         EXPECT_EQ(answer, order);
     }
 
 private:
-    int toChild[2] = {};
-    int toParent[2] = {};
+    int line[2] = {};
     pid_t child = 0;
 };
 

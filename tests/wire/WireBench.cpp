@@ -33,21 +33,6 @@ WireBench::WireBench() : device(NewInstrument())
     Set(TriggerDelay, 0.0F);
 }
 
-void WireBench::Set(std::uint16_t id, const Property& value)
-{
-    conditions.SetProperty(id, value);
-}
-
-void WireBench::Set(std::uint16_t id, std::int32_t value)
-{
-    conditions.SetProperty(id, value);
-}
-
-void WireBench::Set(std::uint16_t id, float value)
-{
-    conditions.SetProperty(id, value);
-}
-
 std::vector<std::string> WireBench::TakeLines(const char* channel) const
 {
     std::string text(static_cast<std::size_t>(oxv_trace(device, channel, nullptr, 0)) + 1, '\0');

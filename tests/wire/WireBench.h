@@ -42,9 +42,11 @@ protected:
 
     /// A spot of one spectrum at 20 ms and high sensitivity, with the lamp, at once.
     Vondrel::DeviceDriver::Generic::Configuration::Properties conditions;
-    void Set(std::uint16_t id, const Vondrel::DeviceDriver::Generic::Configuration::Property& value);
-    void Set(std::uint16_t id, std::int32_t value);
-    void Set(std::uint16_t id, float value);
+    template<typename Value>
+    void Set(std::uint16_t id, Value value)
+    {
+        conditions.SetProperty(id, value);
+    }
 };
 
 /// 20 ms, in the words of the trace.
