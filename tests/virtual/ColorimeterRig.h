@@ -1,8 +1,8 @@
 #pragma once
 
-#include "virtual/bench/Kinds.h"
-#include "virtual/bench/Refusal.h"
-#include "virtual/bench/WireInstrument.h"
+#include "virtual/colorimeter/Colorimeter.h"
+#include "virtual/instrument/Refusal.h"
+#include "virtual/instrument/WireInstrument.h"
 
 #include <array>
 #include <gmock/gmock.h>

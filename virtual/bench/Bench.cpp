@@ -1,13 +1,11 @@
 #include "virtual/bench/Bench.h"
 
 #include "platform/Clock.h"
-#include "platform/Event.h"
-#include "platform/Semaphore.h"
-#include "platform/Threading.h"
 #include "virtual/bench/Furnish.h"
-#include "virtual/bench/Kinds.h"
-#include "virtual/bench/Refusal.h"
-#include "virtual/bench/SerialTransport.h"
+#include "virtual/bench/SerialSeam.h"
+#include "virtual/colorimeter/Colorimeter.h"
+#include "virtual/instrument/Refusal.h"
+#include "virtual/spectrophotometer/Spectrophotometer.h"
 
 #include <algorithm>
 #include <atomic>
@@ -19,22 +17,10 @@ namespace Virtual {
 
 namespace {
 
-constexpr std::int64_t startOfWallClock = 1577836800000000; // 2020-01-01 00:00:00 UTC, microseconds
 constexpr std::int64_t mostRealMillisecondsOfASleep = 3000; // that a sleep spends on deliveries
 constexpr int usbPlaces = 128;
 constexpr int serialPorts = 8;
 constexpr std::string_view colorimeterPrefix = "colorimeter-";
-
-std::int64_t RealMillisecondsUntil(Moment now, Moment moment)
-{
-    return (moment - now + 999) / 1000;
-}
-
-Platform::Semaphore& Guard()
-{
-    static Platform::Semaphore* guard = Platform::Semaphore::Make({}, 1, 1).release();
-    return *guard;
-}
 
 /// A decimal number without anything else; -1 for another text.
 int Number(std::string_view text)
@@ -76,33 +62,6 @@ Place PlaceNamed(std::string_view where, bool spectrophotometer)
 }
 
 }
-
-BenchLock::BenchLock()
-{
-    Acquire();
-}
-
-BenchLock::~BenchLock()
-{
-    Release();
-}
-
-void BenchLock::Acquire()
-{
-    Guard().Acquire(std::nullopt);
-}
-
-void BenchLock::Release()
-{
-    Guard().Release();
-}
-
-/// Somebody who blocks until something has changed.
-struct Bench::Waiter {
-    std::unique_ptr<Platform::Event> changed = Platform::Event::Make();
-};
-
-Bench::Bench() : wallOffset(startOfWallClock) { }
 
 Bench& Bench::Instance()
 {
@@ -167,9 +126,7 @@ void Bench::Reset()
 {
     for (const auto& entry : std::vector<Entry>(entries))
         Remove(entry.handle);
-    monotonic = Now();
-    real = false;
-    wallOffset = startOfWallClock - monotonic;
+    ResetClock();
     noiseSeed = 0;
     Changed();
 }
@@ -216,76 +173,7 @@ void Bench::TraceEverywhere(const std::string& line)
         entry.instrument->trace.Add(Trace::Channel::main, line);
 }
 
-// ---- the clock
-
-Moment Bench::Now() const
-{
-    return real ? monotonic + (Platform::RealMicroseconds() - realSince) : monotonic;
-}
-
-std::int64_t Bench::WallClock() const
-{
-    return Now() + wallOffset;
-}
-
-void Bench::SetClockReal(bool on)
-{
-    monotonic = Now();
-    realSince = Platform::RealMicroseconds();
-    real = on;
-    Changed();
-}
-
-void Bench::AdvanceTo(Moment moment)
-{
-    if (real || moment <= monotonic)
-        return;
-    monotonic = moment;
-    Changed();
-}
-
-Moment Bench::After(std::int64_t microseconds) const
-{
-    return Now() + std::min(microseconds, longestWait);
-}
-
-// ---- waiting
-
-void Bench::Changed()
-{
-    for (Waiter* waiter : waiters)
-        if (waiter->changed)
-            waiter->changed->Set();
-}
-
-void Bench::Block(BenchLock& lock, std::optional<std::int64_t> realMilliseconds)
-{
-    Waiter waiter;
-    waiters.push_back(&waiter);
-    lock.Release();
-    if (waiter.changed)
-        waiter.changed->Wait(realMilliseconds);
-    else
-        Platform::YieldThread();
-    lock.Acquire();
-    std::erase(waiters, &waiter);
-}
-
-bool Bench::WaitFor(BenchLock& lock, const Due& due, std::optional<Moment> deadline)
-{
-    for (;;) {
-        const std::optional<Moment> moment = due();
-        if (moment && *moment <= Now() && (!deadline || *moment <= *deadline))
-            return true;
-        if (deadline && Now() >= *deadline)
-            return false;
-        const auto end = moment && deadline ? std::min(*moment, *deadline) : moment ? moment : deadline;
-        if (deadline && !real)
-            AdvanceTo(*end);
-        else
-            Block(lock, real && end ? std::optional(RealMillisecondsUntil(Now(), *end)) : std::nullopt);
-    }
-}
+// ---- sleeping
 
 bool Bench::IsSettled() const
 {
@@ -318,7 +206,7 @@ void Bench::Sleep(BenchLock& lock, std::int64_t microseconds)
     if (microseconds <= 0)
         return;
     const Moment end = After(microseconds);
-    if (!real) {
+    if (!ClockIsReal()) {
         bool settled = Settle(lock, mostRealMillisecondsOfASleep);
         for (auto next = NextMessage(); settled && next && *next <= end; next = NextMessage()) {
             AdvanceTo(*next);

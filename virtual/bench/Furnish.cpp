@@ -1,7 +1,7 @@
 #include "virtual/bench/Furnish.h"
 
 #include "virtual/bench/Bench.h"
-#include "virtual/bench/Refusal.h"
+#include "virtual/instrument/Refusal.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -2,9 +2,9 @@
 // instruments.
 
 #include "virtual/bench/Bench.h"
-#include "virtual/bench/Refusal.h"
-#include "virtual/bench/SerialTransport.h"
+#include "virtual/bench/SerialSeam.h"
 #include "virtual/bench/SharedLocks.h"
+#include "virtual/instrument/Refusal.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,7 +1,6 @@
 #include "virtual/colorimeter/Colorimeter.h"
 
-#include "virtual/bench/Kinds.h"
-#include "virtual/bench/Refusal.h"
+#include "virtual/instrument/Refusal.h"
 
 #include <algorithm>
 #include <cerrno>

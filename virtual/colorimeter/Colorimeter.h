@@ -1,8 +1,9 @@
 #pragma once
 
-#include "virtual/bench/WireInstrument.h"
 #include "virtual/colorimeter/Firmware.h"
+#include "virtual/instrument/WireInstrument.h"
 
+#include <memory>
 #include <optional>
 #include <random>
 
@@ -62,5 +63,12 @@ private:
     bool outOfStep = false; // what came in cannot be a frame
     std::mt19937_64 noise;
 };
+
+}
+
+namespace Virtual {
+
+/// A colorimeter of a type as built, not yet at a place; null for a number that is no type.
+std::shared_ptr<Instrument> MakeColorimeter(int type);
 
 }

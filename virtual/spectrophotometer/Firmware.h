@@ -1,7 +1,7 @@
 #pragma once
 
-#include "virtual/bench/Faults.h"
-#include "virtual/bench/Instrument.h"
+#include "virtual/instrument/Faults.h"
+#include "virtual/instrument/Instrument.h"
 #include "virtual/spectrophotometer/Measurement.h"
 #include "virtual/spectrophotometer/Memory.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "virtual/bench/Curve.h"
+#include "virtual/instrument/Curve.h"
 #include "virtual/spectrophotometer/Optics.h"
 
 #include <map>

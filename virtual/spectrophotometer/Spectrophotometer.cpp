@@ -1,7 +1,6 @@
 #include "virtual/spectrophotometer/Spectrophotometer.h"
 
-#include "virtual/bench/Kinds.h"
-#include "virtual/bench/Refusal.h"
+#include "virtual/instrument/Refusal.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "virtual/bench/Instrument.h"
+#include "virtual/instrument/Instrument.h"
 #include "virtual/spectrophotometer/Converter.h"
 #include "virtual/spectrophotometer/Firmware.h"
 #include "virtual/spectrophotometer/Memory.h"
@@ -65,5 +65,8 @@ private:
     Bytes preparedBlocks; // of the coming measurement
     double lampSeconds = 0.0;
 };
+
+/// A spectrophotometer as built, not yet at a place.
+std::shared_ptr<Instrument> MakeSpectrophotometer();
 
 }

@@ -1,4 +1,4 @@
-#include "virtual/bench/Curve.h"
+#include "virtual/instrument/Curve.h"
 
 namespace Virtual {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "virtual/bench/Instrument.h"
+#include "virtual/instrument/Instrument.h"
 
 #include <array>
 #include <span>

@@ -1,14 +1,14 @@
-#include "virtual/bench/SerialTransport.h"
+#include "virtual/bench/SerialSeam.h"
 
 #include "platform/posix/Descriptor.h"
 #include "platform/posix/SerialPort.h"
 #include "platform/pseudoterminal/PseudoTerminal.h"
 #include "virtual/bench/Bench.h"
-#include "virtual/bench/DeviceChannel.h"
-#include "virtual/bench/HandleTable.h"
-#include "virtual/bench/PseudoTerminalPump.h"
-#include "virtual/bench/Refusal.h"
-#include "virtual/bench/SerialLine.h"
+#include "virtual/instrument/Refusal.h"
+#include "virtual/transport/DeviceChannel.h"
+#include "virtual/transport/HandleTable.h"
+#include "virtual/transport/PseudoTerminalPump.h"
+#include "virtual/transport/SerialLine.h"
 
 #include <algorithm>
 #include <array>
@@ -29,7 +29,7 @@ constexpr std::int32_t portCount = 8;
 void OpenPseudoTerminal(const std::shared_ptr<Instrument>& instrument)
 {
     const auto wired = std::dynamic_pointer_cast<WireInstrument>(instrument);
-    auto pump = wired ? PseudoTerminalPump::Start(wired) : nullptr;
+    auto pump = wired ? PseudoTerminalPump::Start(Bench::Instance(), wired) : nullptr;
     if (!pump)
         throw Refusal(OXV_NOT_POSSIBLE, "there is no pseudo-terminal for this instrument");
     Pumps::Instance().Add(instrument.get(), std::move(pump));
@@ -72,7 +72,7 @@ int MemoryDescriptor(const std::shared_ptr<WireInstrument>& instrument)
     std::vector<Arrival> junk;
     if (instrument->Open(Bench::Instance().Now(), junk) != 0)
         return -1;
-    const auto line = std::make_shared<SerialLine>(instrument, junk);
+    const auto line = std::make_shared<SerialLine>(Bench::Instance(), instrument, junk);
     line->TakeAsSetUp();
     line->descriptor = Platform::ReserveDescriptor();
     if (line->descriptor >= 0)
@@ -152,7 +152,7 @@ try {
     std::vector<Virtual::Arrival> junk;
     if (const int status = instrument->Open(Bench::Instance().Now(), junk); status != 0)
         return status;
-    *handle = Lines::Instance().Add(std::make_shared<SerialLine>(instrument, junk));
+    *handle = Lines::Instance().Add(std::make_shared<SerialLine>(Bench::Instance(), instrument, junk));
     return 0;
 } catch (const std::exception&) {
     return ENOMEM;

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "platform/SerialPort.h"
-#include "virtual/bench/Bench.h"
-#include "virtual/bench/WireInstrument.h"
+#include "virtual/instrument/WireInstrument.h"
+#include "virtual/transport/Clock.h"
 
 #include <deque>
 #include <memory>
@@ -17,7 +17,7 @@ namespace Virtual {
 /// real line.
 class SerialLine {
 public:
-    SerialLine(std::shared_ptr<WireInstrument> farEnd, const std::vector<Arrival>& atOpen);
+    SerialLine(Clock& benchClock, std::shared_ptr<WireInstrument> farEnd, const std::vector<Arrival>& atOpen);
 
     /// Platform::SerialConfigure(). What is written before does not reach the instrument.
     int SetUp();
@@ -57,6 +57,7 @@ private:
     void Send(std::uint8_t byte);
     void DropLost();
 
+    Clock& clock;
     std::shared_ptr<WireInstrument> instrument;
     std::deque<Incoming> incoming;
     Moment receivedUntil = 0; // the last byte under way is here

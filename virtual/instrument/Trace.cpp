@@ -1,4 +1,4 @@
-#include "virtual/bench/Trace.h"
+#include "virtual/instrument/Trace.h"
 
 #include <utility>
 

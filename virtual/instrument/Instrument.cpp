@@ -1,6 +1,6 @@
-#include "virtual/bench/Instrument.h"
+#include "virtual/instrument/Instrument.h"
 
-#include "virtual/bench/Refusal.h"
+#include "virtual/instrument/Refusal.h"
 
 #include <algorithm>
 #include <charconv>

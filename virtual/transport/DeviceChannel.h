@@ -1,6 +1,6 @@
 #pragma once
 
-#include "virtual/bench/WireInstrument.h"
+#include "virtual/instrument/WireInstrument.h"
 
 #include <memory>
 

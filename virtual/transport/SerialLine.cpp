@@ -1,4 +1,4 @@
-#include "virtual/bench/SerialLine.h"
+#include "virtual/transport/SerialLine.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -23,29 +23,29 @@ std::optional<Moment> EndOf(std::uint32_t multiplier, std::uint32_t constant, st
 
 }
 
-SerialLine::SerialLine(std::shared_ptr<WireInstrument> farEnd, const std::vector<Arrival>& atOpen)
-    : instrument(std::move(farEnd)), losses(instrument->PowerLosses())
+SerialLine::SerialLine(Clock& benchClock, std::shared_ptr<WireInstrument> farEnd, const std::vector<Arrival>& atOpen)
+    : clock(benchClock), instrument(std::move(farEnd)), losses(instrument->PowerLosses())
 {
     Append(atOpen);
 }
 
 int SerialLine::SetUp()
 {
-    const int error = instrument->SetUp(Bench::Instance().Now());
+    const int error = instrument->SetUp(clock.Now());
     isSetUp = isSetUp || error == 0;
     return error;
 }
 
 void SerialLine::SetControlLine(ControlLine line, bool up)
 {
-    instrument->SetControlLine(line, up, Bench::Instance().Now());
+    instrument->SetControlLine(line, up, clock.Now());
 }
 
 void SerialLine::TakeAsSetUp()
 {
     isSetUp = true;
     for (const ControlLine line : {ControlLine::dtr, ControlLine::rts})
-        instrument->SetControlLine(line, true, Bench::Instance().Now() - longUp);
+        instrument->SetControlLine(line, true, clock.Now() - longUp);
 }
 
 void SerialLine::Append(const std::vector<Arrival>& more)
@@ -73,23 +73,22 @@ void SerialLine::DropLost()
 std::optional<Moment> SerialLine::NextMoment()
 {
     if (hungUp)
-        return Bench::Instance().Now();
+        return clock.Now();
     DropLost();
     return incoming.empty() ? std::nullopt : std::optional(incoming.front().due);
 }
 
 int SerialLine::Read(BenchLock& lock, std::span<std::uint8_t> bytes, std::size_t* moved)
 {
-    Bench& bench = Bench::Instance();
-    const Moment start = bench.Now();
+    const Moment start = clock.Now();
     const auto total = EndOf(limits.readMultiplier, limits.readConstant, bytes.size(), start);
     const auto next = [this] { return NextMoment(); };
-    const auto anything = [this] { return NextMoment() ? std::optional(Bench::Instance().Now()) : std::nullopt; };
+    const auto anything = [this] { return NextMoment() ? std::optional(clock.Now()) : std::nullopt; };
     std::optional<Moment> deadline = total;
     while (*moved < bytes.size()) {
         if (!deadline) // wait until something is under way: then the clock goes there
-            bench.WaitFor(lock, anything, std::nullopt);
-        if (!bench.WaitFor(lock, next, deadline ? deadline : NextMoment())) {
+            clock.WaitFor(lock, anything, std::nullopt);
+        if (!clock.WaitFor(lock, next, deadline ? deadline : NextMoment())) {
             if (deadline)
                 return 0;
             continue;
@@ -115,26 +114,25 @@ int SerialLine::Read(BenchLock& lock, std::span<std::uint8_t> bytes, std::size_t
 
 void SerialLine::Send(std::uint8_t byte)
 {
-    sentUntil = std::max(sentUntil, Bench::Instance().Now()) + byteTime;
+    sentUntil = std::max(sentUntil, clock.Now()) + byteTime;
     if (isSetUp)
         Append(instrument->Receive({&byte, 1}, sentUntil));
 }
 
 int SerialLine::Write(BenchLock& lock, std::span<const std::uint8_t> bytes, std::size_t* moved)
 {
-    Bench& bench = Bench::Instance();
-    const auto end = EndOf(limits.writeMultiplier, limits.writeConstant, bytes.size(), bench.Now());
+    const auto end = EndOf(limits.writeMultiplier, limits.writeConstant, bytes.size(), clock.Now());
     for (const std::uint8_t byte : bytes) {
         const Moment room = sentUntil - (transmitterBytes - 1) * byteTime;
-        const auto due = [&] { return std::optional(hungUp ? bench.Now() : room); };
-        if (!bench.WaitFor(lock, due, end ? *end : room))
+        const auto due = [&] { return std::optional(hungUp ? clock.Now() : room); };
+        if (!clock.WaitFor(lock, due, end ? *end : room))
             break;
         if (hungUp)
             return *moved > 0 ? 0 : EIO;
         Send(byte);
         ++*moved;
     }
-    bench.Changed();
+    clock.Changed();
     return 0;
 }
 
@@ -147,7 +145,7 @@ void SerialLine::HangUp()
 {
     hungUp = true;
     incoming.clear();
-    Bench::Instance().Changed();
+    clock.Changed();
 }
 
 }

@@ -1,6 +1,4 @@
-#include "virtual/bench/PseudoTerminalPump.h"
-
-#include "virtual/bench/Bench.h"
+#include "virtual/transport/PseudoTerminalPump.h"
 
 #include <algorithm>
 #include <array>
@@ -14,9 +12,9 @@ constexpr int glanceMs = 10; // between looks at whether the port is open and th
 
 }
 
-std::shared_ptr<PseudoTerminalPump> PseudoTerminalPump::Start(std::shared_ptr<WireInstrument> instrument)
+std::shared_ptr<PseudoTerminalPump> PseudoTerminalPump::Start(Clock& clock, std::shared_ptr<WireInstrument> instrument)
 {
-    const std::shared_ptr<PseudoTerminalPump> pump(new PseudoTerminalPump(std::move(instrument)));
+    const std::shared_ptr<PseudoTerminalPump> pump(new PseudoTerminalPump(clock, std::move(instrument)));
     pump->terminal = Platform::PseudoTerminal::Open();
     if (!pump->terminal)
         return nullptr;
@@ -28,7 +26,10 @@ std::shared_ptr<PseudoTerminalPump> PseudoTerminalPump::Start(std::shared_ptr<Wi
     return pump;
 }
 
-PseudoTerminalPump::PseudoTerminalPump(std::shared_ptr<WireInstrument> farEnd) : instrument(std::move(farEnd)) { }
+PseudoTerminalPump::PseudoTerminalPump(Clock& benchClock, std::shared_ptr<WireInstrument> farEnd)
+    : clock(benchClock), instrument(std::move(farEnd))
+{
+}
 
 void PseudoTerminalPump::Run(void* argument) noexcept
 {
@@ -72,7 +73,7 @@ void PseudoTerminalPump::PortState(bool open)
     std::vector<Arrival> junk;
     {
         const BenchLock lock;
-        const Moment now = Bench::Instance().Now();
+        const Moment now = clock.Now();
         static_cast<void>(open ? instrument->Open(now, junk) : instrument->Close(now));
     }
     Deliver(junk);
@@ -83,7 +84,7 @@ void PseudoTerminalPump::Carry(std::span<const std::uint8_t> bytes)
     std::vector<Arrival> arrivals;
     {
         const BenchLock lock;
-        receivedUntil = std::max(receivedUntil, Bench::Instance().Now()) + TimeOf(bytes.size());
+        receivedUntil = std::max(receivedUntil, clock.Now()) + TimeOf(bytes.size());
         arrivals = instrument->Receive(bytes, receivedUntil);
     }
     Deliver(arrivals);
@@ -105,7 +106,7 @@ void PseudoTerminalPump::Deliver(const std::vector<Arrival>& arrivals)
             BenchLock lock;
             const Moment end = arrival.due + TimeOf(arrival.bytes.size());
             const auto due = [end] { return std::optional(end); };
-            Bench::Instance().WaitFor(lock, due, end);
+            clock.WaitFor(lock, due, end);
         }
         if (stopped)
             return;

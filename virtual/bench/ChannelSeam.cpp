@@ -1,9 +1,9 @@
-#include "virtual/bench/DeviceChannel.h"
+#include "virtual/transport/DeviceChannel.h"
 
 #include "platform/DeviceChannel.h"
 #include "platform/posix/DeviceChannel.h"
 #include "virtual/bench/Bench.h"
-#include "virtual/bench/HandleTable.h"
+#include "virtual/transport/HandleTable.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,4 +1,4 @@
-#include "virtual/bench/Faults.h"
+#include "virtual/instrument/Faults.h"
 
 #include <algorithm>
 #include <utility>

@@ -2,7 +2,8 @@
 
 #include "platform/Threading.h"
 #include "platform/pseudoterminal/PseudoTerminal.h"
-#include "virtual/bench/WireInstrument.h"
+#include "virtual/instrument/WireInstrument.h"
+#include "virtual/transport/Clock.h"
 
 #include <atomic>
 #include <memory>
@@ -14,13 +15,13 @@ namespace Virtual {
 class PseudoTerminalPump : public std::enable_shared_from_this<PseudoTerminalPump> {
 public:
     /// Makes the pseudo-terminal and starts the thread. Null if the system has none left. Under the bench's lock.
-    static std::shared_ptr<PseudoTerminalPump> Start(std::shared_ptr<WireInstrument> instrument);
+    static std::shared_ptr<PseudoTerminalPump> Start(Clock& clock, std::shared_ptr<WireInstrument> instrument);
 
     /// Lets the thread end; the line hangs up within a tenth of a second.
     void Stop() { stopped = true; }
 
 private:
-    explicit PseudoTerminalPump(std::shared_ptr<WireInstrument> farEnd);
+    PseudoTerminalPump(Clock& benchClock, std::shared_ptr<WireInstrument> farEnd);
     static void Run(void* argument) noexcept;
     void Loop();
     void PortState(bool open);
@@ -29,6 +30,7 @@ private:
     void HangUp();
     Moment TimeOf(std::size_t bytes) const;
 
+    Clock& clock;
     std::shared_ptr<WireInstrument> instrument;
     std::unique_ptr<Platform::PseudoTerminal> terminal; // of the thread alone, once it runs
     std::atomic<bool> stopped = false;

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "virtual/bench/Curve.h"
-#include "virtual/bench/Faults.h"
-#include "virtual/bench/Trace.h"
+#include "virtual/instrument/Curve.h"
+#include "virtual/instrument/Faults.h"
+#include "virtual/instrument/Trace.h"
 
 #include <cstddef>
 #include <cstdint>
