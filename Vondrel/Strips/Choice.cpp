@@ -338,6 +338,8 @@ private:
         for (std::size_t patch = patches; patch-- > 0; last = from[patch * count + last]) {
             choice.flats[patch] = last;
             choice.colour += ColourCost(last, patch, reversed);
+            if (patch + flats[last].span.Length() < patches && choice.flats[patch + flats[last].span.Length()] == last)
+                return {}; // more patches than readings
         }
         return choice;
     }

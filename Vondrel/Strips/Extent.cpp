@@ -22,6 +22,7 @@ public:
         std::vector<Span> spans;
         for (const std::size_t flat : chosen)
             spans.push_back(Bounds(flat));
+        Separate(spans);
         const std::size_t edge = Edge(spans);
         Part(spans, edge);
         Share(spans, edge);
@@ -90,6 +91,18 @@ private:
         return bounds;
     }
 
+    /// Gives readings that two neighbours would take to the nearer one.
+    void Separate(std::vector<Span>& spans) const
+    {
+        for (std::size_t i = 1; i < spans.size(); ++i) {
+            Span &left = spans[i - 1], &right = spans[i];
+            if (chosen[i] == chosen[i - 1] || right.first > left.last)
+                continue;
+            left.last = (left.last + right.first) / 2;
+            right.first = left.last + 1;
+        }
+    }
+
     /// The usual number of readings over an edge.
     std::size_t Edge(const std::vector<Span>& spans) const
     {
@@ -122,9 +135,11 @@ private:
             while (end < spans.size() && chosen[end] == chosen[i])
                 ++end;
             const std::size_t parts = end - i;
-            const Span whole = spans[i];
+            Span whole{spans[i].first, spans[end - 1].last};
+            if (whole.last + 1 < whole.first + parts)
+                whole = flats[chosen[i]].span;
             const std::size_t margin = whole.Length() / parts > 2 * edge ? (edge + 1) / 2 : 0;
-            for (std::size_t part = 0; part < parts && whole.Length() >= parts; ++part)
+            for (std::size_t part = 0; part < parts; ++part)
                 spans[i + part] = {whole.first + whole.Length() * part / parts + (part > 0 ? margin : 0),
                                    whole.first + whole.Length() * (part + 1) / parts - 1
                                        - (part + 1 < parts ? margin : 0)};

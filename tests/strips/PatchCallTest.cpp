@@ -122,7 +122,7 @@ TEST_F(PatchCall, TakesAnyScan)
         std::vector<std::int32_t> spans(patches * 2, -7);
         const std::int32_t code =
             oxc_find_patches(conditions.get(), readings.data(), count, patches,
-                             random() % 2 == 0 ? expected.data() : nullptr, means.data(), spans.data(), nullptr);
+                             random() % 2 == 0 ? expected.data() : nullptr, means.data(), spans.data(), &reversed);
         ASSERT_TRUE(code == OX_NoError || code == OX_RecognitionFailed) << run << " " << oxc_error();
         found += code == OX_NoError;
         ASSERT_EQ(spans[0] == -7, code != OX_NoError) << run;
@@ -130,6 +130,8 @@ TEST_F(PatchCall, TakesAnyScan)
             ASSERT_LE(0, spans[2 * i]);
             ASSERT_LE(spans[2 * i], spans[2 * i + 1]);
             ASSERT_LT(spans[2 * i + 1], static_cast<std::int32_t>(count));
+            const std::size_t next = reversed == 0 ? 2 * i + 2 : 2 * i - 2; // none behind the last: out of bounds
+            ASSERT_TRUE(next >= spans.size() || spans[2 * i + 1] < spans[next]) << run;
         }
         ASSERT_TRUE(std::ranges::all_of(means, [](float value) { return std::isfinite(value); })) << run;
     }
