@@ -8,11 +8,11 @@
 /// One row of a data file: its columns without the blanks around them.
 using Row = std::vector<std::string>;
 
-/// The rows of a file below tests/data whose columns stand between "|". Lines that are empty or start with "#" are
+/// The rows of a file whose columns stand between "|". Lines that are empty or start with "#" are
 /// none.
-inline std::vector<Row> ReadRows(const std::string& name)
+inline std::vector<Row> ReadRows(const std::string& path)
 {
-    std::ifstream file(std::string(ORVEX_TEST_DATA) + "/" + name);
+    std::ifstream file(path);
     std::vector<Row> rows;
     for (std::string line; std::getline(file, line);) {
         if (line.empty() || line[0] == '#')

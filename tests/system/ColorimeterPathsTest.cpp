@@ -6,7 +6,6 @@
 #include "virtual/orvex-virtual.h"
 
 #include <algorithm>
-#include <algorithm>
 #include <array>
 #include <cmath>
 #include <gtest/gtest.h>

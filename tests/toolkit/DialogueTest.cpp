@@ -108,7 +108,7 @@ class DialogueTest : public ToolkitTest { };
 
 TEST_F(DialogueTest, EachSendsItsCommandsAndNoOthersAndGivesItsNumbers)
 {
-    const std::vector<Row> rows = ReadRows("toolkit_dialogues.txt");
+    const std::vector<Row> rows = ReadRows(ORVEX_TEST_DATA "/toolkit_dialogues.txt");
     ASSERT_GT(rows.size(), 400U);
     for (const Row& row : rows) {
         const Dialogue dialogue(row);

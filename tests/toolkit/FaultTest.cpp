@@ -44,6 +44,13 @@ TEST_F(FaultTest, EachWayOfBreakingHasItsCode)
     instrument.SetFault(Fault::lengthTen, 1);
     EXPECT_EQ(ZEL_OK, AltrixGetVersionString_M(&device, version));
     EXPECT_EQ(5U, std::string(version).size()) << "a payload has six bytes";
+    const std::uint8_t command[] = {1, 6};
+    std::uint8_t reply[9];
+    std::uint32_t length = 7;
+    Open(4, false);
+    instrument.SetFault(Fault::lengthZero, 1);
+    EXPECT_EQ(ZEL_OK, AltrixSendGetData_M(&device, 0, command, 2, reply, &length));
+    EXPECT_EQ(0U, length);
 }
 
 TEST_F(FaultTest, AUsbFailureClosesTheRecordAndKeepsNoHandleBeyondTheNextOpening)

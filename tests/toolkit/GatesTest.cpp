@@ -19,7 +19,7 @@ Types TypesOf(const std::string& text)
 /// What each call accepts.
 const std::map<std::string, Types> gates = [] {
     std::map<std::string, Types> map;
-    for (const Row& row : ReadRows("toolkit_gates.txt")) {
+    for (const Row& row : ReadRows(ORVEX_TEST_DATA "/toolkit_gates.txt")) {
         std::istringstream names(row[1]);
         for (std::string name; names >> name;) {
             EXPECT_TRUE(IsCall(name)) << name;
@@ -141,7 +141,7 @@ TEST_F(GatesTest, FunctionsBelongToTypes)
 
 TEST_F(GatesTest, OpeningCallsTakeTheirKindOnlyAndLeaveNothingOpen)
 {
-    for (const Row& row : ReadRows("toolkit_openings.txt"))
+    for (const Row& row : ReadRows(ORVEX_TEST_DATA "/toolkit_openings.txt"))
         for (const int type : assignedTypes)
             for (const bool blank : {false, true}) {
                 SCOPED_TRACE(row[0] + (blank ? ", blank, type " : ", type ") + std::to_string(type));
@@ -178,7 +178,7 @@ TEST_F(GatesTest, OpeningCallsTakeTheirKindOnlyAndLeaveNothingOpen)
 
 TEST_F(GatesTest, NoOpeningAndNoSettingWaitsOnAPortWithoutALimit) // the seam looks at every read and write
 {
-    for (const Row& row : ReadRows("toolkit_openings.txt"))
+    for (const Row& row : ReadRows(ORVEX_TEST_DATA "/toolkit_openings.txt"))
         for (const bool silent : {false, true}) {
             SCOPED_TRACE(row[0] + (silent ? ", silent" : ""));
             Attach(9);
