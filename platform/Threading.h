@@ -14,7 +14,8 @@ public:
 
     virtual ~RunningThread() = default; ///< detaches a thread that was not joined
 
-    /// Waits for the end, in real monotonic time; none waits for ever. True once the thread has ended.
+    /// Waits for the end, in real monotonic time; none waits for ever. True once the thread has ended, and at once in a
+    /// forked child, where it never was.
     virtual bool Join(std::optional<std::int64_t> limitMs) = 0;
 
     virtual bool IsCurrent() const = 0;
@@ -22,6 +23,9 @@ public:
     /// Null if the platform cannot create it. `entry` must not throw.
     static std::unique_ptr<RunningThread> Start(Entry entry, void* argument);
 };
+
+/// A number of this process: a forked child has another one than its parent.
+std::uint32_t ProcessNumber() noexcept;
 
 /// Gives up the rest of the time slice.
 void YieldThread() noexcept;

@@ -2,14 +2,14 @@
 
 #include "platform/posix/Descriptor.h"
 
+#include <algorithm>
 #include <cerrno>
-#include <ctime>
+#include <cstdlib>
 #include <fcntl.h>
-#include <mutex>
-#include <pthread.h>
-#include <set>
+#include <iterator>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace Platform::Posix {
 
@@ -17,9 +17,8 @@ namespace {
 
 constexpr const char* directories[] = {"/run/lock", "/dev/shm"};
 constexpr mode_t everybody = 0666;
-constexpr int attempts = 10; // while another process creates the file
+constexpr int openFlags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
 
-/// Which directory is taken must not depend on who asks, else two users would have two locks.
 bool IsForEverybody(const char* directory)
 {
     struct stat status { };
@@ -32,102 +31,64 @@ bool IsPlainFile(int descriptor)
     return ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
 }
 
-/// Opens without O_CREAT first: where fs.protected_regular is on, O_CREAT of another user's file in a sticky directory
-/// is refused even to root.
+/// Makes the file under a name of its own and links it when everybody may open it: a creator that is killed on the way
+/// leaves nothing that others could not open. A file that is there already stays.
+bool Create(const std::string& path)
+{
+    std::string own = path + ".XXXXXX";
+    const int descriptor = ::mkostemp(own.data(), O_CLOEXEC);
+    if (descriptor < 0)
+        return false;
+    const bool isThere = ::fchmod(descriptor, everybody) == 0 // whatever the umask
+        && (::link(own.c_str(), path.c_str()) == 0 || errno == EEXIST);
+    ::unlink(own.c_str());
+    CloseDescriptor(descriptor);
+    return isThere;
+}
+
+/// Opens without O_CREAT: where fs.protected_regular is on, O_CREAT of another user's file in a sticky directory is
+/// refused even to root.
 int OpenOrCreate(const std::string& path)
 {
-    constexpr int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
-    for (int attempt = 0; attempt < attempts; ++attempt) {
-        int descriptor = OpenDescriptor(path.c_str(), flags);
-        if (descriptor >= 0) {
-            if (IsPlainFile(descriptor))
-                return descriptor;
-            CloseDescriptor(descriptor);
-            return -1;
-        }
-        if (errno != ENOENT && errno != EACCES) // EACCES: created a moment ago, its mode not yet set
-            return -1;
-        descriptor = OpenDescriptor(path.c_str(), flags | O_CREAT | O_EXCL, everybody);
-        if (descriptor >= 0) {
-            ::fchmod(descriptor, everybody); // whatever the umask
-            return descriptor;
-        }
-        if (errno != EEXIST)
-            return -1;
-        const timespec nap{0, 500'000};
-        ::nanosleep(&nap, nullptr);
+    int descriptor = OpenDescriptor(path.c_str(), openFlags);
+    if (descriptor < 0 && errno == ENOENT && Create(path))
+        descriptor = OpenDescriptor(path.c_str(), openFlags);
+    if (descriptor >= 0 && !IsPlainFile(descriptor)) {
+        CloseDescriptor(descriptor);
+        return -1;
     }
-    return -1;
+    return descriptor;
 }
 
+/// In the first directory that is for everybody, and nowhere else: which one is taken must not depend on who asks or on
+/// how the opening ends, else two users would have two locks.
 int OpenAnywhere(const std::string& name)
 {
-    for (const char* directory : directories) {
-        const int descriptor = IsForEverybody(directory) ? OpenOrCreate(std::string(directory) + "/" + name) : -1;
-        if (descriptor >= 0)
-            return descriptor;
-    }
-    return -1;
+    const auto directory = std::find_if(std::begin(directories), std::end(directories), IsForEverybody);
+    return directory == std::end(directories) ? -1 : OpenOrCreate(std::string(*directory) + "/" + name);
 }
 
 }
 
-/// All lock files. A forked child that kept their descriptors would hold its parent's locks beyond the parent's death.
-class LockFile::All {
-public:
-    static All& Instance()
-    {
-        static All& all = *new All; // never destroyed: the fork handlers stay
-        return all;
-    }
-
-    // Both under the mutex, which no fork comes between.
-
-    void Open(LockFile* file, const std::string& name)
-    {
-        const std::lock_guard lock(mutex);
-        const auto place = files.insert(file).first;
-        try {
-            file->descriptor = OpenAnywhere(name);
-        } catch (...) {
-            files.erase(place); // out of memory: the object will not come to be
-            throw;
-        }
-    }
-
-    void Close(LockFile* file)
-    {
-        const std::lock_guard lock(mutex);
-        files.erase(file);
-        file->Close();
-    }
-
-private:
-    All()
-    {
-        ::pthread_atfork([] { Instance().mutex.lock(); }, [] { Instance().mutex.unlock(); },
-                         [] {
-                             for (LockFile* const file : Instance().files)
-                                 file->Close();
-                             Instance().mutex.unlock();
-                         });
-    }
-
-    std::mutex mutex;
-    std::set<LockFile*> files;
-};
-
-LockFile::LockFile(const std::string& name)
+LockFile::LockFile(const std::string& name_) : name(name_)
 {
-    All::Instance().Open(this, name);
+    Open();
 }
 
 LockFile::~LockFile()
 {
-    All::Instance().Close(this);
+    const std::lock_guard lock(Guard());
+    Close();
 }
 
-void LockFile::Close()
+/// Under the guard: a child forked meanwhile would keep the descriptor, and with it its parent's lock.
+void LockFile::Open()
+{
+    const std::lock_guard lock(Guard());
+    descriptor = OpenAnywhere(name);
+}
+
+void LockFile::Close() noexcept
 {
     if (IsOpen())
         CloseDescriptor(descriptor);
@@ -136,6 +97,8 @@ void LockFile::Close()
 
 LockFile::Outcome LockFile::TryLock()
 {
+    if (!IsOpen())
+        Open(); // in a forked child
     int result = 0;
     do
         result = ::flock(descriptor, LOCK_EX | LOCK_NB);

@@ -5,6 +5,7 @@
 #include "platform/posix/LockFile.h"
 
 #include <atomic>
+#include <new>
 #include <thread>
 
 namespace Platform {
@@ -21,9 +22,42 @@ std::uint64_t CurrentThread()
     return number;
 }
 
+/// Whose turn it is among the threads of this process.
+struct Turn {
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::uint64_t owner = 0; ///< CurrentThread of the holder, 0 for none
+    std::uint32_t depth = 0;
+
+    void Vacate()
+    {
+        const std::lock_guard lock(mutex);
+        owner = 0;
+        depth = 0;
+        changed.notify_one();
+    }
+};
+
+/// Gives a turn back unless it is kept: also when the thread is cancelled on its way.
+class TurnTaken {
+public:
+    explicit TurnTaken(Turn& turn_) : turn(&turn_) { }
+    TurnTaken(const TurnTaken&) = delete;
+    TurnTaken& operator=(const TurnTaken&) = delete;
+    ~TurnTaken()
+    {
+        if (turn != nullptr)
+            turn->Vacate();
+    }
+    void Keep() { turn = nullptr; }
+
+private:
+    Turn* turn;
+};
+
 /// What all holders of a name in this process share. Threads first wait for each other here; the one that is through
 /// takes the file against other processes.
-class SharedLock {
+class SharedLock : public Posix::ForkWatch {
 public:
     SharedLock() = default;
 
@@ -37,38 +71,42 @@ public:
         const Posix::Deadline deadline(limitMs);
         const std::uint64_t self = CurrentThread();
         {
-            std::unique_lock lock(mutex);
-            if (owner == self) {
-                ++depth;
+            std::unique_lock lock(turn.mutex);
+            if (turn.owner == self) {
+                ++turn.depth;
                 return Waitable::Outcome::acquired;
             }
-            if (!deadline.Wait(lock, changed, [this] { return owner == 0; }))
+            if (!deadline.Wait(lock, turn.changed, [this] { return turn.owner == 0; }))
                 return Waitable::Outcome::timedOut;
-            owner = self;
-            depth = 1;
+            turn.owner = self;
+            turn.depth = 1;
         }
+        TurnTaken taken(turn);
         const Waitable::Outcome outcome = AcquireFile(deadline);
-        if (outcome != Waitable::Outcome::acquired)
-            Vacate();
+        if (outcome == Waitable::Outcome::acquired)
+            taken.Keep();
         return outcome;
     }
 
     bool Release()
     {
         {
-            const std::lock_guard lock(mutex);
-            if (owner != CurrentThread())
+            const std::lock_guard lock(turn.mutex);
+            if (turn.owner != CurrentThread())
                 return false;
-            if (--depth != 0)
+            if (--turn.depth != 0)
                 return true;
         }
         if (file)
             file->Unlock();
-        Vacate();
+        turn.Vacate();
         return true;
     }
 
 private:
+    /// What the parent holds, the child does not.
+    void AfterFork() noexcept override { new (&turn) Turn; }
+
     Waitable::Outcome AcquireFile(const Posix::Deadline& deadline)
     {
         if (!file)
@@ -86,18 +124,7 @@ private:
         }
     }
 
-    void Vacate()
-    {
-        const std::lock_guard lock(mutex);
-        owner = 0;
-        depth = 0;
-        changed.notify_one();
-    }
-
-    std::mutex mutex;
-    std::condition_variable changed;
-    std::uint64_t owner = 0; ///< CurrentThread of the holder, 0 for none
-    std::uint32_t depth = 0;
+    Turn turn;
     std::optional<Posix::LockFile> file; ///< none: private to this process
 };
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <new>
 #include <pthread.h>
 #include <sched.h>
 #include <sys/resource.h>
@@ -67,12 +68,16 @@ public:
 
     ~PosixThread() override
     {
-        if (thread.joinable())
+        if (!IsOfThisProcess())
+            new (&thread) std::thread; // there is nothing to detach from
+        else if (thread.joinable())
             thread.detach();
     }
 
     bool Join(std::optional<std::int64_t> limitMs) override
     {
+        if (!IsOfThisProcess())
+            return true;
         if (IsCurrent())
             return false; // it would wait for itself
         {
@@ -88,6 +93,9 @@ public:
     bool IsCurrent() const override { return thread.get_id() == std::this_thread::get_id(); }
 
 private:
+    bool IsOfThisProcess() const { return process == ProcessNumber(); }
+
+    const std::uint32_t process = ProcessNumber();
     std::shared_ptr<Life> life;
     std::thread thread;
 };

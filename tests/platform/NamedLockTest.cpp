@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstdio>
 #include <fcntl.h>
+#include <filesystem>
 #include <functional>
 #include <spawn.h>
 #include <string>
@@ -22,14 +23,36 @@ using Outcome = Platform::Waitable::Outcome;
 
 namespace {
 
+bool endsInChmod = false; ///< a process that is killed between the making of a file and the setting of its mode
+
+/// Where lock files lie: the first of the two that everybody may write to.
+std::string FirstDirectory()
+{
+    struct stat status { };
+    const bool isForEverybody = ::stat("/run/lock", &status) == 0 && (status.st_mode & S_IWOTH) != 0;
+    return isForEverybody ? "/run/lock/" : "/dev/shm/";
+}
+
+}
+
+int fchmod(int descriptor, mode_t mode) noexcept
+{
+    if (endsInChmod)
+        ::_exit(0);
+    return ::fchmodat(AT_FDCWD, ("/proc/self/fd/" + std::to_string(descriptor)).c_str(), mode, 0);
+}
+
+namespace {
+
 /// A name of this run, whose file goes with it.
 class LockName {
 public:
     LockName() = default;
     ~LockName()
     {
-        for (const char* directory : {"/run/lock/", "/dev/shm/"})
-            ::unlink((directory + File()).c_str());
+        for (const auto& entry : std::filesystem::directory_iterator(FirstDirectory()))
+            if (entry.path().filename().string().starts_with(File()))
+                ::unlink(entry.path().c_str());
     }
     std::string Name() const { return "lock test: " + number; }
     std::string SameFile() const { return "lock/test/" + number; }
@@ -140,6 +163,49 @@ TEST(NamedLock, IsNotKeptByAForkedChildOfItsOwner)
     EXPECT_TRUE(lock->Release());
 }
 
+TEST(NamedLock, IsNotOwnedByAForkedChildButServesItToo)
+{
+    const LockName name;
+    const auto wide = NamedLock::Make(name.Name(), true);
+    const auto local = NamedLock::Make(name.Name(), false);
+    const auto child = [&](const std::function<bool()>& isRight) {
+        const pid_t process = ::fork();
+        if (process == 0)
+            ::_exit(isRight() ? 0 : 1);
+        int status = -1;
+        ::waitpid(process, &status, 0);
+        return status;
+    };
+    for (const auto& lock : {wide.get(), local.get()}) {
+        ASSERT_EQ(Outcome::acquired, lock->Acquire(0));
+        EXPECT_EQ(0, child([&] { return !lock->Release(); }));
+    }
+    EXPECT_EQ(0, child([&] { return wide->Acquire(0) == Outcome::timedOut; })) << "the parent holds it";
+    EXPECT_EQ(0, child([&] { return local->Acquire(0) == Outcome::acquired; })) << "the child's own";
+    EXPECT_TRUE(wide->Release());
+    EXPECT_TRUE(local->Release());
+    EXPECT_EQ(0, child([&] { return wide->Acquire(0) == Outcome::acquired && wide->Release(); }));
+}
+
+TEST(NamedLock, IsNotOwnedByAThreadThatWasCancelledOnItsWay)
+{
+    const LockName name;
+    const auto wide = NamedLock::Make(name.Name(), true);
+    const auto local = NamedLock::Make(name.Name(), false);
+    Holder holder(name.Name());
+    ASSERT_EQ(Outcome::acquired, local->Acquire(0));
+    for (const auto& lock : {wide.get(), local.get()}) {
+        std::thread waiting([&] { lock->Acquire(std::nullopt); });
+        std::this_thread::sleep_for(std::chrono::milliseconds(30));
+        ::pthread_cancel(waiting.native_handle());
+        waiting.join();
+    }
+    EXPECT_EQ(0, holder.End());
+    EXPECT_TRUE(local->Release());
+    for (const auto& lock : {wide.get(), local.get()})
+        EXPECT_EQ(Outcome::acquired, lock->Acquire(5000));
+}
+
 TEST(NamedLock, IsRecursiveOverAllObjectsOfTheSameFile)
 {
     const LockName name;
@@ -204,12 +270,11 @@ TEST(LockFile, FollowsNoLinkAndTakesNothingButAPlainFile)
         {"fifo", [](const std::string& path) { return ::mkfifo(path.c_str(), 0666); }},
         {"directory", [](const std::string& path) { return ::mkdir(path.c_str(), 0777); }},
     };
+    // What stands in the first directory that is for everybody decides: a second lock elsewhere would be no lock.
     for (const Case& c : cases) {
-        for (const char* directory : {"/run/lock/", "/dev/shm/"})
-            c.make(directory + name.File());
+        ASSERT_EQ(0, c.make(FirstDirectory() + name.File()));
         EXPECT_EQ(nullptr, NamedLock::Make(name.Name(), true)) << c.what;
-        for (const char* directory : {"/run/lock/", "/dev/shm/"})
-            ::remove((directory + name.File()).c_str());
+        ::remove((FirstDirectory() + name.File()).c_str());
     }
     EXPECT_EQ(nullptr, NamedLock::Make(std::string(300, 'x'), true));
 }
@@ -222,8 +287,23 @@ TEST(LockFile, CanBeLockedByEveryUserWhateverTheUmask)
     ::umask(before);
     ASSERT_TRUE(lock);
     struct stat status { };
-    const bool isFound = ::stat(("/run/lock/" + name.File()).c_str(), &status) == 0
-        || ::stat(("/dev/shm/" + name.File()).c_str(), &status) == 0;
-    ASSERT_TRUE(isFound);
+    ASSERT_EQ(0, ::stat((FirstDirectory() + name.File()).c_str(), &status));
     EXPECT_EQ(0666U, status.st_mode & 0777U);
+    EXPECT_EQ(1U, status.st_nlink) << "the name that it was made under is gone";
+}
+
+TEST(LockFile, IsThereOnlyOnceEverybodyCanOpenIt)
+{
+    const LockName name;
+    const pid_t creator = ::fork();
+    if (creator == 0) {
+        endsInChmod = true;
+        NamedLock::Make(name.Name(), true);
+        ::_exit(1);
+    }
+    int status = -1;
+    ::waitpid(creator, &status, 0);
+    ASSERT_EQ(0, status) << "the creator did not end where it should";
+    EXPECT_NE(0, ::access((FirstDirectory() + name.File()).c_str(), F_OK));
+    EXPECT_TRUE(NamedLock::Make(name.Name(), true));
 }

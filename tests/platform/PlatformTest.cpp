@@ -9,7 +9,9 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 
 TEST(Event, LetsOneWaitThrough)
 {
@@ -59,6 +61,24 @@ TEST(RunningThread, LeavesTheApplicationsSignalsAlone)
     sigset_t after;
     pthread_sigmask(SIG_SETMASK, nullptr, &after);
     EXPECT_EQ(sigismember(&before, SIGINT), sigismember(&after, SIGINT));
+}
+
+TEST(RunningThread, IsNotWaitedForInAForkedChild)
+{
+    static Platform::Event& mayEnd = *Platform::Event::Make().release();
+    auto thread = Platform::RunningThread::Start([](void*) { mayEnd.Wait(std::nullopt); }, nullptr);
+    EXPECT_FALSE(thread->Join(0));
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const bool isEnded = thread->Join(600'000);
+        thread.reset();
+        ::_exit(isEnded ? 0 : 1);
+    }
+    int status = -1;
+    ::waitpid(child, &status, 0);
+    EXPECT_EQ(0, status);
+    mayEnd.Set();
+    EXPECT_TRUE(thread->Join(std::nullopt));
 }
 
 TEST(RunningThread, GetsItsPriorityBack)
