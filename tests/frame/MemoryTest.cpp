@@ -2,8 +2,8 @@
 
 #include "Vondrel/Utilities/Exceptions/DeviceDriverException.h"
 #include "orvex/ox.h"
-#include "tests/frame/FailingMemory.h"
 #include "tests/frame/ScriptedDevice.h"
+#include "tests/support/FailingMemory.h"
 
 #include <array>
 #include <gtest/gtest.h>

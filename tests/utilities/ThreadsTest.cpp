@@ -10,6 +10,7 @@
 
 #include <atomic>
 #include <functional>
+#include <pthread.h>
 #include <thread>
 
 using namespace Vondrel::Utilities::Multithreading;
@@ -318,6 +319,34 @@ TEST(Condition, LetsTheLastWaiterOfABroadcastAloneTellThatAllAreAwake)
     EXPECT_EQ(1, sets) << "a signal is no broadcast, after one either";
     wake(2, &ConditionImpl::Broadcast);
     EXPECT_EQ(2, sets);
+}
+
+TEST(Condition, ForgetsAWaiterThatIsCancelled)
+{
+    Mutex mutex(localName);
+    Condition condition(mutex);
+    const auto semaphore = Semaphore::NewInstance("", 1);
+    semaphore->Lock();
+    std::atomic<int> waiting = 0;
+    const auto cancel = [&](const Task& wait) {
+        std::thread thread([&] {
+            const ScopedLock lock(mutex);
+            ++waiting;
+            wait();
+        });
+        for (const int before = waiting; waiting == before;)
+            std::this_thread::yield();
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        ::pthread_cancel(thread.native_handle());
+        thread.join();
+    };
+    cancel([&] { condition.Wait(); });
+    cancel([&] { semaphore->Lock(); });
+    ASSERT_TRUE(mutex.TryLock(10000)) << "nothing is left owned";
+    condition.Broadcast(); // would wait for it
+    mutex.Unlock();
+    semaphore->Unlock();
+    EXPECT_TRUE(semaphore->TryLock(0));
 }
 
 TEST(Condition, PassesItemsBetweenTwoThreads)

@@ -4,8 +4,8 @@
 #include "Vondrel/Utilities/Exceptions/TraceGuard.h"
 #include "Vondrel/Utilities/Multithreading/ConditionImpl.h"
 
+#include <exception>
 #include <limits>
-#include <new>
 
 namespace Vondrel::Utilities::Multithreading {
 
@@ -16,7 +16,9 @@ std::unique_ptr<Condition::Impl> MakeImpl(Mutex& mutex)
     constexpr std::int32_t most = std::numeric_limits<std::int32_t>::max();
     try {
         return std::make_unique<ConditionImpl>(mutex, Platform::Semaphore::Make("", 0, most), Platform::Event::Make());
-    } catch (const std::bad_alloc&) {
+    } catch (const Exceptions::ResourceException&) {
+        throw;
+    } catch (const std::exception&) { // from the lock of its own, too
         throw Exceptions::ResourceException("ConditionImpl::ConditionImpl() can't allocate!",
                                             THROW_LOCATION("Condition", "Condition"));
     }

@@ -31,19 +31,37 @@ bool ConditionImpl::LeaveQueue()
     return wasBroadcast && waiters == 0;
 }
 
+/// A thread in the queue. It leaves the queue also when it is cancelled there.
+class ConditionImpl::Waiter {
+public:
+    explicit Waiter(ConditionImpl& condition_) : condition(condition_)
+    {
+        const ScopedLock lock(condition.counting);
+        ++condition.waiters;
+    }
+    Waiter(const Waiter&) = delete;
+    Waiter& operator=(const Waiter&) = delete;
+    ~Waiter()
+    {
+        if (condition.LeaveQueue())
+            condition.waitersDone->Set();
+    }
+
+private:
+    ConditionImpl& condition;
+};
+
+bool ConditionImpl::IsWoken(Platform::Waitable& held)
+{
+    const Waiter waiter(*this);
+    // Not one step, but nothing is lost between the two: the semaphore keeps the unit of a signal that comes early.
+    return held.Release() && queue->Acquire(std::nullopt) == Acquired::acquired;
+}
+
 void ConditionImpl::Wait()
 {
     Platform::Waitable* const held = mutex.impl->Handle();
-    {
-        const ScopedLock lock(counting);
-        ++waiters;
-    }
-    // Not one step, but nothing is lost between the two: the semaphore keeps the unit of a signal that comes early.
-    const bool isWoken = held != nullptr && held->Release() && queue->Acquire(std::nullopt) == Acquired::acquired;
-    const bool isLast = LeaveQueue();
-    if (isLast)
-        waitersDone->Set();
-    if (!isWoken)
+    if (held == nullptr || !IsWoken(*held))
         Fail("Condition::Wait() invalid Mutex! (must be a real mutex)", THROW_LOCATION("ConditionImpl", "Wait"));
     if (held->Acquire(std::nullopt) != Acquired::acquired)
         Fail("Condition::Wait() invalid mutex! (must be a real mutex)", THROW_LOCATION("ConditionImpl", "Wait"));

@@ -22,8 +22,11 @@ public:
     void Wait() override;
 
 private:
+    class Waiter;
+
     [[noreturn]] void Fail(const char* text, std::string location);
     bool LeaveQueue();
+    bool IsWoken(Platform::Waitable& held);
 
     Mutex& mutex;
     Mutex counting{""}; ///< guards the two below

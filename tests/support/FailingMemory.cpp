@@ -1,4 +1,4 @@
-#include "tests/frame/FailingMemory.h"
+#include "tests/support/FailingMemory.h"
 
 #include <atomic>
 #include <cstdlib>
