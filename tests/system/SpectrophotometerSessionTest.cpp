@@ -529,3 +529,31 @@ TEST_F(SpectrophotometerSession, AResetMayComeAtAnyMoment)
     }
     EXPECT_OK(OX_IsConnected());
 }
+
+TEST_F(SpectrophotometerSession, AHandlerHasEndedBeforeTheInstrumentIsClosed)
+{
+    ASSERT_OK(OX_IsConnected());
+    std::atomic<bool> isClosed = false;
+    const Handler handler([&] {
+        for (int i = 0; i < 20 && !isClosed; ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            isClosed = testing::Value(Trace(device), testing::Contains("close 0"));
+        }
+    });
+    OX_RegisterDeviceMessageHandler(HandleMessage);
+    ASSERT_EQ(oxv_press(device), OXV_OK);
+    ASSERT_TRUE(Handler::Called(1));
+    EXPECT_OK(Set("Reset", "All"));
+    EXPECT_FALSE(isClosed);
+    EXPECT_THAT(Trace(device), testing::Contains("close 0"));
+}
+
+TEST_F(SpectrophotometerSession, AnOpeningThatFailsSendsNoMessage)
+{
+    for (std::uint32_t passing = 1; passing <= 40; ++passing) {
+        ASSERT_EQ(oxv_fault(device, "control", passing % 8 + 1, 1, "unplug"), OXV_OK);
+        EXPECT_EQ(OX_IsConnected(), OX_DeviceNotConnected);
+        ASSERT_EQ(oxv_plug(device), OXV_OK);
+    }
+    EXPECT_THAT(TakeMessages(), IsEmpty());
+}

@@ -34,7 +34,7 @@ public:
     /// @return whether it was acquired
     virtual bool LockHandle() = 0;
     /// Does no harm when the lock is not held. Never throws.
-    virtual void UnlockHandle() = 0;
+    virtual void UnlockHandle() noexcept = 0;
 
     /// The name of the mode.
     virtual std::string Whoami() const = 0;

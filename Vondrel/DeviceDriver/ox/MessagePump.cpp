@@ -19,7 +19,14 @@ struct MessagePump::State {
     std::atomic<EventListener*> listener = nullptr;
 };
 
-MessagePump::MessagePump(EventListener* listener) : state(std::make_shared<State>())
+MessagePump::MessagePump() : state(std::make_shared<State>()) { }
+
+MessagePump::~MessagePump()
+{
+    Stop();
+}
+
+void MessagePump::Start(EventListener* listener)
 {
     if (listener == nullptr)
         return;
@@ -29,7 +36,7 @@ MessagePump::MessagePump(EventListener* listener) : state(std::make_shared<State
     share.release(); // the thread's
 }
 
-MessagePump::~MessagePump()
+void MessagePump::Stop() noexcept
 {
     try {
         state->listener = nullptr;
@@ -37,6 +44,7 @@ MessagePump::~MessagePump()
             return;
         state->messages.Put({endMessage, 0});
         thread->JoinWithin(joinLimitMs);
+        thread.reset();
     } catch (...) {
         // A thread that cannot be told to end waits for ever and calls nobody.
     }

@@ -14,14 +14,19 @@ class MessagePump {
 public:
     using EventListener = Generic::EventListener;
 
-    /// Starts the thread. Without a listener there is none, and messages go nowhere.
-    explicit MessagePump(EventListener* listener);
+    /// Messages wait until the thread runs.
+    MessagePump();
     MessagePump(const MessagePump&) = delete;
     MessagePump& operator=(const MessagePump&) = delete;
 
+    ~MessagePump(); ///< stops the thread
+
+    /// Starts the thread, which passes the messages on. Without a listener there is none, and messages go nowhere.
+    void Start(EventListener* listener);
+
     /// Ends the thread: posts the end message and waits for at most 10 s, not at all on the thread itself. A thread
     /// that is left behind in a handler calls nobody any more.
-    ~MessagePump();
+    void Stop() noexcept;
 
     /// From any thread; never waits for a handler.
     void Post(unsigned short id, std::int32_t argument);

@@ -90,13 +90,15 @@ private:
 }
 
 Orvex::Orvex(Generic::EventListener* listener, std::int32_t deviceIndex_)
-try : messages(listener), deviceIndex(deviceIndex_) {
+try : deviceIndex(deviceIndex_) {
     Initialize();
+    messages.Start(listener);
 }
 TRACE_GUARD("Orvex", "Orvex")
 
 Orvex::~Orvex()
 {
+    messages.Stop(); // no handler runs any more while the instrument is closed
     try {
         if (driver.IsValid())
             driver->RemoveListener(this);

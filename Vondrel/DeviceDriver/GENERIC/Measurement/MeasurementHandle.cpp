@@ -5,6 +5,7 @@
 #include "Vondrel/Utilities/Exceptions/TraceGuard.h"
 #include "Vondrel/Utilities/Multithreading/Mutex.h"
 
+#include <atomic>
 #include <cxxabi.h>
 
 namespace Vondrel::DeviceDriver::Generic::Measurement {
@@ -16,11 +17,15 @@ namespace {
 
 constexpr std::int32_t lockLimitMs = 10000;
 
-/// The one lock of all handles.
-Utilities::Multithreading::Mutex& HandleLock()
+/// The one lock of all handles; null before the first of them is locked. Never destroyed: a call may come while the
+/// process ends.
+std::atomic<Utilities::Multithreading::Mutex*> handleLock = nullptr;
+
+Utilities::Multithreading::Mutex& MakeHandleLock()
 {
-    static Utilities::Multithreading::Mutex mutex("default");
-    return mutex;
+    static auto& made = *new Utilities::Multithreading::Mutex("default");
+    handleLock = &made;
+    return made;
 }
 
 struct Default {
@@ -66,7 +71,7 @@ TRACE_GUARD("MeasurementHandle", "GetPhysicalCondition")
 bool MeasurementHandle::LockHandle()
 {
     try {
-        return HandleLock().TryLock(lockLimitMs);
+        return MakeHandleLock().TryLock(lockLimitMs);
     } catch (abi::__forced_unwind&) {
         throw;
     } catch (...) {
@@ -74,12 +79,11 @@ bool MeasurementHandle::LockHandle()
     }
 }
 
-void MeasurementHandle::UnlockHandle()
+void MeasurementHandle::UnlockHandle() noexcept
 {
     try {
-        HandleLock().Unlock();
-    } catch (abi::__forced_unwind&) {
-        throw;
+        if (auto* const made = handleLock.load())
+            made->Unlock();
     } catch (...) {
         // The operation is over; its outcome does not depend on the lock.
     }

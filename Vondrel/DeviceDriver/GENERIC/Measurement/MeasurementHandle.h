@@ -33,7 +33,7 @@ public:
     void SetPhysicalCondition(std::uint16_t id, const Property& property) override;
     Property GetPhysicalCondition(std::uint16_t id) override;
     bool LockHandle() override;
-    void UnlockHandle() override;
+    void UnlockHandle() noexcept override;
 
     virtual Properties& GetPhysicalCondition() { return physicalConditions; }
     virtual const Properties& GetPhysicalCondition() const { return physicalConditions; }
