@@ -78,7 +78,7 @@ OX_API int32_t DllRegisterServer(void);
  *  @return as DllRegisterServer */
 OX_API int32_t DllUnregisterServer(void);
 
-/** @return 0 if the host holds no object, no class object and no lock; 1 if it does */
+/** @return 0 if the host holds no object, no class object, no type information and no lock; 1 if it does */
 OX_API int32_t DllCanUnloadNow(void);
 
 /** Gets the class object, whether the class is registered or not.

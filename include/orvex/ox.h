@@ -17,6 +17,10 @@
  * recognition callbacks run on the thread of the call that causes them, before it returns. The device message handler
  * runs on a thread of the library and may call back only while the application's own thread is outside.
  *
+ * The end of the process does what OX_SetOption("Reset", "All") does. Calls may come until the very end, from atexit
+ * functions and from destructors of global objects; what they open is closed again. A child made by fork starts with
+ * nothing open and leaves its parent's instruments alone, when it ends too; to use an instrument itself it calls exec.
+ *
  * Errors. Every failure is a number, a text and a trace: the number is returned, the texts are
  * OX_GetOption("LastError") and OX_GetOption("ExtendedErrorInformation"), each until the next call clears them; the
  * error handler is called too.
@@ -62,7 +66,7 @@ enum {
     OX_KeyNotPressed = 4,      /**< only from OX_KeyPressed; no error is stored */
     OX_NoSubstrate = 5,        /**< a paper-relative density without a substrate, see OX_SetSubstrate */
     OX_NotSupported = 6,       /**< the device or its measurement mode cannot do this */
-    OX_RecognitionFailed = 7,  /**< no patches were recognised in a scan; its samples can be read all the same */
+    OX_RecognitionFailed = 7,  /**< no patches or flashes were recognised in a scan; the error handler is not called */
     OX_IndexOutOfRange = 8,    /**< there is no sample with this index */
     OX_InternalError = 9,      /**< anything else, time-outs and invalid data from the device among them */
     OX_InvalidParameter = 10,  /**< a key, a value or an argument is not acceptable */
@@ -131,11 +135,18 @@ OX_API int32_t OX_GetNumberOfAvailableSamples(void);
 
 /** Calibrates the current mode: on the white tile in reflectance modes, with the screen dark or as the guide tells
  *  otherwise. Empties the mode's samples. Blocks for some seconds.
- *  @return OX_NoError; OX_CalculationFailed if this was no white; OX_DeviceNotConnected; OX_NotAvailable ... */
+ *  @return OX_NoError; OX_CalculationFailed if this was no white; OX_DeviceNotConnected; OX_InvalidParameter on a
+ *          colorimeter whose "ScreenType" is neither "LCD" nor "CRT" in mode "SingleEmission"; OX_InternalError for a
+ *          failure of the colorimeter's own calibration, for a time-out and for invalid data */
 OX_API OX_Result OX_Calibrate(void);
 
-/** Measures in the current mode and replaces the mode's samples. A scan blocks until the strip has ended.
- *  @return OX_NoError; OX_RecognitionFailed (the samples are there); OX_CalculationFailed; OX_DeviceNotConnected ... */
+/** Measures in the current mode and replaces the mode's samples. A scan blocks until the strip has ended. The spectral
+ *  correction, property 7014, acts on the samples of the two reflectance modes while it is set.
+ *  @return OX_NoError; OX_RecognitionFailed (there are no samples then, or those that were complete when the
+ * recognition broke off); OX_CalculationFailed; OX_DeviceNotConnected; OX_InvalidParameter for a mode that the
+ * instrument has not, and on a colorimeter whose "ScreenType" or "PatchIntensity" is not one of theirs in mode
+ *          "SingleEmission"; OX_InternalError for a failure of the colorimeter's measurement, for a time-out, for
+ *          invalid data, and for a scan that broke off ("system busy. try again") */
 OX_API OX_Result OX_TriggerMeasurement(void);
 
 /** Scans a strip in mode "ScanningReflectance", whatever mode is current, for a fixed number of readings.
@@ -173,7 +184,8 @@ OX_API OX_Result OX_GetDensity(float* density, int32_t index);
 
 /** Sets the paper for paper-relative densities.
  *  @param spectrum  36 reflectance factors from 380 nm to 730 nm, copied
- *  @return OX_NoError; OX_NotSupported outside the reflectance modes; OX_InvalidParameter for null */
+ *  @return OX_NoError; OX_NotSupported outside the reflectance modes; OX_InvalidParameter for null; OX_NotAvailable on
+ *          a colorimeter; OX_DeviceNotConnected */
 OX_API OX_Result OX_SetSubstrate(const float spectrum[36]);
 
 /** Registers the error handler of the current device, null removes it. Leaves the stored error as it is.
