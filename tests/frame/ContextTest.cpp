@@ -54,6 +54,9 @@ TEST_F(Contexts, DeviceTypeTextsAreTranslatedOrRefused)
         EXPECT_EQ(OX_SetOption("DeviceType", c.text), c.code);
         EXPECT_EQ(DeviceType(), c.current);
     }
+    OX_SetOption("DeviceType", "OrvexX");
+    EXPECT_THAT(OX_GetOption("LastError"),
+                testing::MatchesRegex("lexical_cast\\(\\): .* 'X' from std::.*string.* to long\n.*"));
     OX_SetOption("DeviceType", "Abacus");
     EXPECT_STREQ(OX_GetOption("LastError"), "unknown device type \"Abacus\"");
     EXPECT_EQ(OX_SetOption("Reset", "Orvex200"), OX_NotAvailable);

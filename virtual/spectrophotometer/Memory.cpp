@@ -166,7 +166,7 @@ private:
 /// Where a calibration item of a memory as built lies.
 std::size_t AddressOf(std::uint16_t id)
 {
-    static const Section calibration = Calibration(Optics());
+    static const Section& calibration = *new Section(Calibration(Optics())); // never destroyed
     std::size_t address = calibrationStart;
     for (const auto& item : calibration) {
         if (item.id == id)

@@ -54,7 +54,7 @@ double Planck(double wavelength, double kelvin)
 double UvFilter(double wavelength)
 {
     static constexpr float transmittance[] = {0.2F, 1.0F};
-    static const Curve filter(transmittance, 390.0, 30.0);
+    static const Curve& filter = *new Curve(transmittance, 390.0, 30.0); // never destroyed
     return filter.At(wavelength);
 }
 
@@ -134,7 +134,8 @@ PixelRates Optics::OfAmbientLight(const Curve& irradiance) const
 double Optics::DiffuserFactor(double wavelength)
 {
     static constexpr float factors[] = {30.5F, 32.0F};
-    static const Curve factor(factors, BandWavelength(0), BandWavelength(bandCount - 1) - BandWavelength(0));
+    static const Curve& factor =
+        *new Curve(factors, BandWavelength(0), BandWavelength(bandCount - 1) - BandWavelength(0));
     return factor.At(wavelength);
 }
 

@@ -49,8 +49,7 @@ constexpr std::int32_t standardTypeWithFilter = 11;
 /// An image of this one byte at address 0 announces a download to the EEPROM.
 bool IsRAMFrimware(const FirmwareBlocks& image)
 {
-    static const FirmwareBlocks::value_type announcement(0, {0xB2});
-    return !image.empty() && *image.begin() == announcement;
+    return !image.empty() && *image.begin() == FirmwareBlocks::value_type(0, {0xB2});
 }
 
 }

@@ -190,7 +190,9 @@ TRACE_GUARD("BrindleRAM", "StoreMeasureParameters")
 
 const Properties& BrindleRAM::GetDefaultPhysicalConditons()
 {
-    static const Properties conditions = BuildDefaultContainer(conditionsName, PropertyRow::Store::Conditions);
+    // Never destroyed: a call may come while the process ends.
+    static const Properties& conditions =
+        *new Properties(BuildDefaultContainer(conditionsName, PropertyRow::Store::Conditions));
     return conditions;
 }
 

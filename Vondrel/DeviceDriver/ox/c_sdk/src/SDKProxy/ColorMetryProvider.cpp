@@ -19,8 +19,9 @@ using Vondrel::CMetry::VDSpectrum;
 namespace {
 
 /// In the order of the exported densities.
-const std::array<std::string, ColorMetryProvider::filterCount> filterNames{"Cyan", "Magenta", "Yellow", "Black"};
-const std::string automatic = "Auto";
+const auto& filterNames = *new std::array<std::string, ColorMetryProvider::filterCount>{"Cyan", "Magenta", "Yellow",
+                                                                                        "Black"}; // never destroyed
+const std::string& automatic = *new std::string("Auto");                                          // never destroyed
 
 /// Sets the density filter mode back when it goes.
 class ConditionGuard {

@@ -21,8 +21,9 @@ namespace Device = Vondrel::DeviceDriver::ox;
 
 namespace {
 
-const std::string automaticFilter = "Auto";
-const std::string noFilter = "not set";
+// Never destroyed: a call may come while the process ends.
+const std::string& automaticFilter = *new std::string("Auto");
+const std::string& noFilter = *new std::string("not set");
 
 /// Modulo 2 to the 32nd: an instrument may hold any number.
 std::int32_t Difference(std::int32_t a, std::int32_t b)

@@ -15,13 +15,17 @@ using namespace Vondrel::Utilities::Exceptions;
 
 namespace {
 
-const SDKError noError;
+const SDKError& NoError()
+{
+    static const SDKError& noError = *new SDKError; // never destroyed: a call may come while the process ends
+    return noError;
+}
 
 }
 
 void CheckCall(const Call& call)
 {
-    CurrentProxy().SetLastError(noError);
+    CurrentProxy().SetLastError(NoError());
     CallParameters parameters = call.parameters;
     if (call.readsSamples)
         parameters.limit = CurrentProxy().GetSampleCount();

@@ -5,8 +5,11 @@
 #include "Vondrel/Utilities/Exceptions/TraceGuard.h"
 #include "Vondrel/Utilities/Tools/LexicalCast.h"
 #include "orvex/ox.h"
+#include "platform/Threading.h"
 
+#include <cstdlib>
 #include <limits>
+#include <memory>
 #include <string_view>
 
 namespace OrvexSDK {
@@ -28,29 +31,70 @@ std::int32_t IdOf(const std::string& deviceType)
         return 0;
     if (!deviceType.starts_with(familyName))
         return noSuchId;
-    const auto number = lexical_cast<std::int32_t>(deviceType.substr(familyName.size()));
+    const auto number = lexical_cast<long>(deviceType.substr(familyName.size()));
     // The colorimeter has a name of its own: "Orvex1000" is none.
-    return number == displayId ? noSuchId : number;
+    return number == displayId ? noSuchId : static_cast<std::int32_t>(number); // text is read as 32 bits
 }
 
 }
 
-ContextManager::SmartPointer<ContextManager> ContextManager::instance(nullptr);
+/// Where the manager of a process is kept. Never destroyed: calls may come until the very end of the process.
+struct ContextManager::Slot {
+    const std::uint32_t process = Platform::ProcessNumber();
+    const std::unique_ptr<Slot> inherited; ///< in a forked child: its parent's, whose instruments are not the child's
+    SmartPointer<ContextManager> manager;
+
+    explicit Slot(Slot* inherited_) : inherited(inherited_) { }
+
+    static SmartPointer<ContextManager>& Current()
+    {
+        static Slot* slot = new Slot(nullptr);
+        if (slot->process != Platform::ProcessNumber())
+            slot = new Slot(slot);
+        return slot->manager;
+    }
+};
+
+/// Does what a reset of all does when the process ends: by the destructor of one object, which runs after those of an
+/// application that is linked to the library; for a manager that is made later still, once more.
+struct ContextManager::ProcessEnd {
+    bool hasCome = false;
+
+    ~ProcessEnd()
+    {
+        hasCome = true;
+        Reset();
+    }
+
+    static ProcessEnd instance;
+
+    static void Await()
+    {
+        if (instance.hasCome)
+            std::atexit(ContextManager::Reset);
+    }
+};
+
+ContextManager::ProcessEnd ContextManager::ProcessEnd::instance;
 
 ContextManager::ContextManager() : current(DetectDevice()) { }
 
 ContextManager& ContextManager::Instance()
 {
-    if (!instance.IsValid())
-        instance = SmartPointer<ContextManager>(new ContextManager);
-    return *instance;
+    SmartPointer<ContextManager>& manager = Slot::Current();
+    if (!manager.IsValid()) {
+        manager = SmartPointer<ContextManager>(new ContextManager);
+        ProcessEnd::Await();
+    }
+    return *manager;
 }
 
 void ContextManager::Reset()
 {
+    SmartPointer<ContextManager>& manager = Slot::Current();
     // Destroyed only when the library already stands without it: a handler that calls back meanwhile gets a new one.
-    const SmartPointer<ContextManager> dropped(instance);
-    instance = SmartPointer<ContextManager>(nullptr);
+    const SmartPointer<ContextManager> dropped(manager);
+    manager = SmartPointer<ContextManager>(nullptr);
 }
 
 std::int32_t ContextManager::Translate(const std::string& deviceType)

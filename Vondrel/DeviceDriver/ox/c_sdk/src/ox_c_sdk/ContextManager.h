@@ -16,10 +16,11 @@ public:
     template<class T>
     using SmartPointer = Vondrel::Utilities::Tools::SmartPointer<T>;
 
-    /// The one manager; made at the first call, which looks for hardware.
+    /// The one manager; made at the first call, which looks for hardware. A forked child makes its own, and leaves its
+    /// parent's instruments alone.
     static ContextManager& Instance();
 
-    /// Drops the manager, and with it all contexts, proxies and device objects.
+    /// Drops the manager, and with it all contexts, proxies and device objects. The end of the process does it too.
     static void Reset();
 
     /// The device id of a device type text: "Orvex" 0, "Orvex" and a number that number, "OrvexDisplay" 1000.
@@ -43,7 +44,8 @@ private:
     std::int32_t current;
     std::map<std::int32_t, SmartPointer<Context>> contexts;
 
-    static SmartPointer<ContextManager> instance;
+    struct Slot;
+    struct ProcessEnd;
 
     friend class Vondrel::Utilities::Tools::SmartPointer<ContextManager>;
 };

@@ -31,10 +31,12 @@ bool AsksForError(const char* key)
     return Is(key, "LastError") || Is(key, "ExtendedErrorInformation");
 }
 
-/// The two text queries: they differ in the operation and in the string that keeps the answer.
-const char* Query(const Call& call, std::string& answer, const std::string& (SDKProxy::*operation)(const std::string&))
+/// The two text queries: they differ in the operation, and each keeps its own answer.
+template<const std::string& (SDKProxy::*operation)(const std::string&)>
+const char* Query(const Call& call)
 {
     return Guarded<const char*>("", [&] {
+        static std::string& answer = *new std::string; // never destroyed: the application may hold its text
         answer.clear();
         const char* const key = call.parameters.key;
         std::optional<SDKError> before;
@@ -98,14 +100,12 @@ OX_Result SetOption(Call call)
 
 const char* OX_GetDeviceInfo(const char* key)
 {
-    static std::string answer;
-    return Query({__func__, __FILE__, __LINE__, {.key = key}}, answer, &SDKProxy::GetDeviceInfo);
+    return Query<&SDKProxy::GetDeviceInfo>({__func__, __FILE__, __LINE__, {.key = key}});
 }
 
 const char* OX_GetOption(const char* key)
 {
-    static std::string answer;
-    return Query({__func__, __FILE__, __LINE__, {.key = key}}, answer, &SDKProxy::GetOption);
+    return Query<&SDKProxy::GetOption>({__func__, __FILE__, __LINE__, {.key = key}});
 }
 
 OX_Result OX_SetOption(const char* key, const char* value)

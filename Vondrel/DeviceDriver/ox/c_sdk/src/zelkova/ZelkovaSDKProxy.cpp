@@ -7,6 +7,7 @@
 #include "Vondrel/Utilities/Tools/LexicalCast.h"
 
 #include <exception>
+#include <memory>
 
 namespace ZelkovaSDK {
 
@@ -25,11 +26,12 @@ constexpr std::int32_t autoIntensity = 2;
 /// What the instrument delivers.
 const VDMeasureConditions& GetDefaultConditions()
 {
-    static const VDMeasureConditions conditions = [] {
-        VDMeasureConditions c;
-        c.SetMeasureCondition(Key::Illumination, "Emission");
-        c.SetMeasureCondition(Key::ColorSpace, "CIEXYZ");
-        return c;
+    // Never destroyed: a call may come while the process ends.
+    static const auto& conditions = *[] {
+        auto c = std::make_unique<VDMeasureConditions>();
+        c->SetMeasureCondition(Key::Illumination, "Emission");
+        c->SetMeasureCondition(Key::ColorSpace, "CIEXYZ");
+        return c.release();
     }();
     return conditions;
 }
