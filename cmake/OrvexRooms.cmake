@@ -43,6 +43,7 @@ target_link_libraries(orvex_flags INTERFACE Threads::Threads)
 # orvex_room(NAME source...): one room as object code, linked into both libraries and into the tests.
 function(orvex_room name)
     add_library(orvex_${name} OBJECT ${ARGN})
+    set_property(GLOBAL APPEND PROPERTY ORVEX_ROOMS ${name})
     target_link_libraries(orvex_${name} PRIVATE orvex_flags)
 endfunction()
 
