@@ -5,6 +5,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <string>
+#include <string_view>
+#include <utility>
 
 namespace Vondrel::DeviceDriver::Generic::Calculation {
 
@@ -21,12 +24,13 @@ RecognitionChannel Behind(RecognitionChannel channel, std::size_t steps)
 
 ChartColors::ChartColors()
 {
-    conditions.SetMeasureCondition("Colorimetric.Illumination", "D50");
-    conditions.SetMeasureCondition("Colorimetric.Observer", "TwoDegree");
-    conditions.SetMeasureCondition("Colorimetric.WhiteBase", "Absolute");
-    conditions.SetMeasureCondition("ColorSpaceDescription.Type", "CIELab");
-    conditions.SetMeasureCondition("ColorSpaceDescription.DeltaEFormula", "2000");
-    conditions.SetMeasureCondition("ColorSpaceDescription.AbsoluteOrDeltaVector", "AbsoluteVector");
+    namespace Keys = CMetry::Keys;
+    const std::pair<std::string_view, const char*> values[] = {
+        {Keys::Illumination, "D50"},  {Keys::Observer, "TwoDegree"}, {Keys::WhiteBase, "Absolute"},
+        {Keys::ColorSpace, "CIELab"}, {Keys::DeltaEFormula, "2000"}, {Keys::VectorKind, "AbsoluteVector"},
+    };
+    for (const auto& [key, value] : values)
+        conditions.SetMeasureCondition(std::string(key), value);
 }
 
 CMetry::VDColorVector ChartColors::Lab(const SpectrumData& reading) const

@@ -15,7 +15,7 @@ using Vondrel::Utilities::Tools::lexical_cast;
 
 namespace {
 
-constexpr const char* versionText = "Version 3.1.0  Build 103";
+constexpr const char* versionText = "Version " ORVEX_VERSION "  Build 103";
 
 }
 

@@ -216,16 +216,17 @@ TRACE_GUARD("OrvexSDKProxy", "SetMeasureMode")
 
 void OrvexSDKProxy::SetRecognitionStrategy(bool disable)
 {
-    Recognition* recognition = nullptr;
-    if (disable) {
-        recognition = new DummyRecognition;
-    } else if (const ModeRow* const row = FindMode(GetMode())) {
-        if (row->recognised == ModeRow::Recognised::Flashes)
-            recognition = new FlashRecognition;
-        else if (row->recognised == ModeRow::Recognised::Patches)
-            recognition = new ChartRecognition;
-    }
-    CurrentModeState().recognition = SmartPointer<Recognition>(recognition);
+    const ModeRow* const row = FindMode(GetMode());
+    const auto recognised = row == nullptr ? ModeRow::Recognised::Nothing : row->recognised;
+    SmartPointer<Recognition>& recognition = CurrentModeState().recognition;
+    if (disable)
+        recognition = SmartPointer<Recognition>(new DummyRecognition);
+    else if (recognised == ModeRow::Recognised::Flashes)
+        recognition = SmartPointer<Recognition>(new FlashRecognition);
+    else if (recognised == ModeRow::Recognised::Patches)
+        recognition = SmartPointer<Recognition>(new ChartRecognition);
+    else
+        recognition = SmartPointer<Recognition>();
 }
 
 bool OrvexSDKProxy::IsRecognitionEnabled()
