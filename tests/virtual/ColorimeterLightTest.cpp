@@ -9,6 +9,7 @@ TEST(ColorimeterLight, MeasuringTakesItsTimeAndEndsAfterAMinute)
     ColorimeterRig rig(4, Road::serial);
     rig.Run("05 00 01 86 A0 > 05; 01 > *");
     EXPECT_EQ(rig.busy, 400'000);
+    EXPECT_EQ(rig->GetNumber("integration-ticks"), 100'000);
     rig.Run("0A 0A > *");
     EXPECT_EQ(rig.busy, 2088) << "ten periods of red";
     rig.Run("0D 64 64 C8 > *");

@@ -226,35 +226,6 @@ TEST_F(Transport, ClosingEndsAWaitWithoutALimit)
     EXPECT_THAT(met, testing::StartsWith("error"));
 }
 
-TEST_F(Transport, ThreadsMoveTheClockTogether)
-{
-    Attach("serial:1");
-    Attach("serial:2");
-    std::array<int, 2> good{};
-    const auto talk = [&](std::size_t which) {
-        Port port(static_cast<std::int32_t>(which) + 1);
-        for (int i = 0; i < 100; ++i)
-            good[which] += port.Ask("01 01").size() == 14; // however far the other one moves it
-    };
-    std::thread other(talk, 1);
-    talk(0);
-    other.join();
-    EXPECT_THAT(good, testing::ElementsAre(100, 100));
-}
-
-TEST_F(Transport, ARealClockMakesTheHostWait)
-{
-    const oxv_device device = Attach("serial:1");
-    Port port(1, {100, 0, 50, 0, 0});
-    oxv_clock_mode(OXV_CLOCK_REAL);
-    oxv_set_number(device, "reply-delay", 0.03);
-    for (const auto& [frame, least] : {std::pair{"02 08 79", 29}, {"01 63", 49}}) {
-        const auto start = std::chrono::steady_clock::now();
-        port.Ask(frame);
-        EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(least));
-    }
-}
-
 // ---- device channels
 
 std::string Exchange(Platform::ChannelHandle channel, const std::string& frame)
