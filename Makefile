@@ -45,11 +45,11 @@ coverage: ## line coverage of the tests, as text
 	ctest --test-dir build/coverage -j2
 	gcovr --root . --exclude 'tests/.*' --exclude 'benchmarks/.*' build/coverage
 
-bench: ## run the benchmarks
+bench: ## run the benchmarks; build/bench/all.json holds what tools/bench.py compares
 	@tools/setup.sh check
 	cmake --preset release
 	cmake --build build/release
-	for program in $$(find build/release/benchmarks -maxdepth 2 -type f -perm -u+x); do $$program; done
+	tools/bench.py build/release build/bench/all.json
 
 color-digest: ## the bits of colorimetry are the same with g++ and clang, optimised or not
 	@tools/setup.sh check

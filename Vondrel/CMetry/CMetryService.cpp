@@ -112,6 +112,15 @@ Parameters WithDefaults(DeltaEFormula formula, const Parameters& given)
             orDefault(given.p3, 1.0F)};
 }
 
+// The vector itself where it is one of Lab.
+const VDColorVector& AsLab(const VDColorVector& vector, VDColorVector& converted)
+{
+    if (vector.GetMeasureConditions().GetColorSpace() == ColorSpace::CIELab)
+        return vector;
+    converted = CMetryService::GetVector(vector, ColorSpace::CIELab);
+    return converted;
+}
+
 struct DeltaVectorRow {
     ColorSpace from, to;
     bool (*calculate)(const VDColorVector&, const VDColorVector&, VDColorVector&);
@@ -224,8 +233,9 @@ float CMetryService::GetDeltaE(const VDColorVector& vector1, const VDColorVector
 try {
     const DeltaEFormula formula = vector1.GetMeasureConditions().GetDeltaEFormula();
     const Parameters p = WithDefaults(formula, {p1, p2, p3});
-    const VDColorVector lab1 = GetVector(vector1, ColorSpace::CIELab);
-    const VDColorVector lab2 = GetVector(vector2, ColorSpace::CIELab);
+    VDColorVector converted1, converted2;
+    const VDColorVector& lab1 = AsLab(vector1, converted1);
+    const VDColorVector& lab2 = AsLab(vector2, converted2);
     float deltaE = Calculator::DeltaEFailure;
     if (formula == DeltaEFormula::CIELab)
         deltaE = Calculator::GetDeltaE_CIELAB(lab1, lab2);

@@ -89,6 +89,22 @@ try {
 }
 TRACE_GUARD("DensityService", "GetDensityFilterName")
 
+DensityService::FourChannels DensityService::GetDensities(const VDSpectrum& spectrum,
+                                                          const VDMeasureConditions& conditions,
+                                                          DensityFilterMode& channel)
+try {
+    CheckWhiteReference(conditions, "GetDensity");
+    FourChannels densities;
+    if (!DensityCalculator::GetCalibratedDensities(spectrum, conditions.GetDensityStandard(),
+                                                   IsPaperRelative(conditions), densities))
+        densities.fill(InvalidDensity);
+    for (const float density : densities)
+        CheckDensity(density, "GetDensity");
+    channel = Formulas::SelectChannel(densities);
+    return densities;
+}
+TRACE_GUARD("DensityService", "GetDensity")
+
 void DensityService::SetPaperWhite(const VDSpectrum& spectrum)
 try {
     const SmartPointer<VDSample> sample(new VDSample);

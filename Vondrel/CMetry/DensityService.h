@@ -29,8 +29,19 @@ public:
     /// @throws CMetryException  as GetDensity
     static std::string GetDensityFilterName(const VDSpectrum& spectrum, const VDMeasureConditions& conditions);
 
+    /// The four at once, whatever the filter mode says.
+    /// @param channel  receives the channel that the automatic choice takes
+    /// @throws CMetryException  as GetDensity: where one of the four channels has no density
+    static FourChannels GetDensities(const VDSpectrum& spectrum, const VDMeasureConditions& conditions,
+                                     DensityFilterMode& channel);
+
     /// Takes a copy as paper white for all paper-relative results, colorimetric ones too, until the next.
     static void SetPaperWhite(const VDSpectrum& spectrum);
+    /// The same without a copy.
+    static void SetPaperWhite(const Utilities::Tools::SmartPointer<VDSample>& sample)
+    {
+        BaseCalculator::SetPaperWhitePointer(sample);
+    }
 
     /// Dot gain in percent: the uncalibrated dot area of the tint minus its nominal one.
     /// @param nominal  percent

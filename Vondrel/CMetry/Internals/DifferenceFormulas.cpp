@@ -191,7 +191,12 @@ float Formulas::DeltaE_2000(const Color& lab1, const Color& lab2, float kL, floa
     const double u = Single(dL / (static_cast<double>(kL) * sL));
     const double v = Single(dC / (static_cast<double>(kC) * sC));
     const double w = Single(dH / (static_cast<double>(kH) * sH));
-    return Single(std::sqrt(Square(u) + Square(v) + Square(w) + RotationTerm(meanHue, meanC) * v * w));
+    const double sum = Square(u) + Square(v) + Square(w);
+    // So far from the blue region the rotation is less than 2^-55: it leaves every bit of the sum.
+    constexpr double noRotation = 156;
+    if (std::abs(meanHue - 275.0) > noRotation && std::isfinite(sum))
+        return Single(std::sqrt(sum));
+    return Single(std::sqrt(sum + RotationTerm(meanHue, meanC) * v * w));
 }
 
 float Formulas::DeltaE_FMCII(const Color& reference, const Color& sample)

@@ -2,6 +2,7 @@
 
 #include "Vondrel/CMetry/CMetryService.h"
 #include "Vondrel/CMetry/DensityService.h"
+#include "Vondrel/CMetry/MeasureConditionTranslator.h"
 #include "Vondrel/DeviceDriver/ox/c_sdk/src/SDKProxy/Vocabulary.h"
 #include "Vondrel/Utilities/Exceptions/SDKError.h"
 #include "Vondrel/Utilities/Exceptions/TraceGuard.h"
@@ -22,29 +23,6 @@ namespace {
 const auto& filterNames = *new std::array<std::string, ColorMetryProvider::filterCount>{"Cyan", "Magenta", "Yellow",
                                                                                         "Black"}; // never destroyed
 const std::string& automatic = *new std::string("Auto");                                          // never destroyed
-
-/// Sets the density filter mode back when it goes.
-class ConditionGuard {
-public:
-    explicit ConditionGuard(VDMeasureConditions& theConditions)
-        : conditions(theConditions), filterMode(theConditions.GetMeasureCondition(Key::DensityFilterMode))
-    {
-    }
-    ConditionGuard(const ConditionGuard&) = delete;
-    ConditionGuard& operator=(const ConditionGuard&) = delete;
-    ~ConditionGuard()
-    {
-        try {
-            conditions.SetMeasureCondition(Key::DensityFilterMode, filterMode);
-        } catch (...) {
-            // A value that was read back is never refused.
-        }
-    }
-
-private:
-    VDMeasureConditions& conditions;
-    std::string filterMode;
-};
 
 }
 
@@ -75,17 +53,24 @@ TRACE_GUARD("ColorMetryProvider", "GetTristimulus")
 void ColorMetryProvider::SetDensitySubstrat(const float* spectrum)
 try {
     substrate = VDSpectrum(spectrum);
-    DensityService::SetPaperWhite(substrate);
+    paper = Vondrel::Utilities::Tools::SmartPointer<Vondrel::CMetry::VDSample>(new Vondrel::CMetry::VDSample);
+    paper->SetSpectrum(substrate);
+    DensityService::SetPaperWhite(paper);
 }
 TRACE_GUARD("ColorMetryProvider", "SetDensitySubstrat")
 
+void ColorMetryProvider::PutPaperInForce() const
+{
+    if (conditions.GetWhiteBase() != Vondrel::CMetry::WhiteBase::Paper)
+        return;
+    if (!substrate.IsValid())
+        throw SDKError(OX_NoSubstrate, "no substrate set", THROW_LOCATION("ColorMetryProvider", "GetDensity"));
+    DensityService::SetPaperWhite(paper);
+}
+
 std::pair<float, std::string> ColorMetryProvider::GetDensity(const std::vector<float>& sample) const
 try {
-    if (conditions.GetWhiteBase() == Vondrel::CMetry::WhiteBase::Paper) {
-        if (!substrate.IsValid())
-            throw SDKError(OX_NoSubstrate, "no substrate set", THROW_LOCATION("ColorMetryProvider", "GetDensity"));
-        DensityService::SetPaperWhite(substrate);
-    }
+    PutPaperInForce();
     const VDSpectrum spectrum(sample);
     const float density = DensityService::GetDensity(spectrum, conditions);
     std::string filterName = conditions.GetMeasureCondition(Key::DensityFilterMode);
@@ -96,17 +81,12 @@ try {
 TRACE_GUARD("ColorMetryProvider", "GetDensity")
 
 std::pair<std::array<float, ColorMetryProvider::filterCount>, std::string>
-ColorMetryProvider::GetDensities(const std::vector<float>& sample)
+ColorMetryProvider::GetDensities(const std::vector<float>& sample) const
 try {
-    const ConditionGuard guard(conditions);
-    std::array<float, filterCount> densities;
-    densities.fill(-1.0F);
-    for (std::size_t filter = 0; filter < filterCount; ++filter) {
-        conditions.SetMeasureCondition(Key::DensityFilterMode, filterNames[filter]);
-        densities[filter] = GetDensity(sample).first;
-    }
-    conditions.SetMeasureCondition(Key::DensityFilterMode, automatic);
-    return {densities, GetDensity(sample).second};
+    PutPaperInForce();
+    auto channel = Vondrel::CMetry::DensityFilterMode::Undefined;
+    const auto [black, cyan, magenta, yellow] = DensityService::GetDensities(VDSpectrum(sample), conditions, channel);
+    return {{cyan, magenta, yellow, black}, Vondrel::CMetry::MeasureConditionTranslator::ToString(channel)};
 }
 TRACE_GUARD("ColorMetryProvider", "GetDensities")
 

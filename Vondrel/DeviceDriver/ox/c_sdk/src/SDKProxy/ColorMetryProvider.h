@@ -1,7 +1,9 @@
 #pragma once
 
 #include "Vondrel/CMetry/VDMeasureConditions.h"
+#include "Vondrel/CMetry/VDSample.h"
 #include "Vondrel/CMetry/VDSpectrum.h"
+#include "Vondrel/Utilities/Tools/SmartPointer.h"
 
 #include <array>
 #include <cstddef>
@@ -44,13 +46,16 @@ public:
     /// @return the densities through cyan, magenta, yellow and black, and the name of the filter that the automatic
     ///         choice takes, whatever the conditions say
     /// @throws as GetDensity; the filter of the conditions stays in every case
-    std::pair<std::array<float, filterCount>, std::string> GetDensities(const std::vector<float>& sample);
+    std::pair<std::array<float, filterCount>, std::string> GetDensities(const std::vector<float>& sample) const;
 
     /// @return 0 to 3 for cyan, magenta, yellow, black; 4 for any other name
     static std::int32_t GetFilterIndex(const std::string& filterName);
 
 private:
+    void PutPaperInForce() const;
+
     Vondrel::CMetry::VDSpectrum substrate;
+    Vondrel::Utilities::Tools::SmartPointer<Vondrel::CMetry::VDSample> paper; // that spectrum, once it is set
     Vondrel::CMetry::VDMeasureConditions conditions;
 };
 

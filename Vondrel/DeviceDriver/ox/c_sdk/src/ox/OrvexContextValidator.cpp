@@ -78,7 +78,7 @@ void OrvexContextValidator::ValidateSetOption(const CallParameters& parameters)
     ValidateResetMode(key, value);
 }
 
-void OrvexContextValidator::ValidateRecognition(const std::string& key)
+void OrvexContextValidator::ValidateRecognition(std::string_view key)
 {
     if (key != Key::Recognition)
         return;

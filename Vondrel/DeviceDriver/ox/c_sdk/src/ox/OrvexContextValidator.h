@@ -13,7 +13,7 @@ public:
 
 private:
     void ValidateSetOption(const CallParameters& parameters);
-    void ValidateRecognition(const std::string& key);
+    void ValidateRecognition(std::string_view key);
     void ValidateMeasureMode(const std::string& key, const std::string& value);
     void ValidateResetMode(const std::string& key, const std::string& value);
     void ValidateReflectanceMode();

@@ -45,7 +45,9 @@ const char* Query(const Call& call)
         const bool done = Perform(call, [&] {
             if (before)
                 CurrentProxy().SetLastError(*before);
-            answer = (CurrentProxy().*operation)(key);
+            static std::string& text = *new std::string; // keeps its memory; calls may come while the process ends
+            text = key;
+            answer = (CurrentProxy().*operation)(text);
         });
         if (!done)
             answer.clear();
