@@ -3,6 +3,8 @@
 #include "Vondrel/DeviceDriver/ox/c_sdk/src/ox/OrvexSDKProxy.h"
 #include "Vondrel/DeviceDriver/ox/c_sdk/src/ox_c_sdk/ContextParameterValidator.h"
 
+#include <string_view>
+
 namespace OrvexSDK {
 
 /// The rules of the spectrophotometer. The device is asked only when a rule needs it: options that concern the library
