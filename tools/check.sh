@@ -74,6 +74,7 @@ check_build tsan threaded_tests -L threaded
 echo
 tools/test-share.sh | tail -n 1
 tools/house.py
+count $?
 tools/library-size.sh build/release/library/liborvex.so
 
 echo

@@ -138,9 +138,39 @@ double Spectrophotometer::TellNumber(std::size_t row) const
     }
 }
 
+double* Spectrophotometer::PlainNumber(std::size_t row)
+{
+    switch (row) {
+    case noise:
+        return &converter.noise;
+    case shotNoise:
+        return &converter.shotNoise;
+    case offsetWord:
+        return &converter.pedestal;
+    case clipLevel:
+        return &converter.clipLevel;
+    case lead:
+        return &scene.leadSeconds;
+    case trail:
+        return &scene.trailSeconds;
+    case darkRate:
+        return &darkness.pixel;
+    case hotPixelRate:
+        return &darkness.hotPixel;
+    case stray:
+        return &darkness.stray;
+    default:
+        return nullptr;
+    }
+}
+
 void Spectrophotometer::NumberChanged(std::size_t row)
 {
     const double value = Number(row);
+    if (double* const plain = PlainNumber(row)) {
+        *plain = value;
+        return;
+    }
     auto& identity = firmware.identity;
     switch (row) {
     case serialNumber:
@@ -159,33 +189,6 @@ void Spectrophotometer::NumberChanged(std::size_t row)
         return;
     case overflowThreshold:
         identity.overflowThreshold = Word(value);
-        return;
-    case noise:
-        converter.noise = value;
-        return;
-    case shotNoise:
-        converter.shotNoise = value;
-        return;
-    case offsetWord:
-        converter.pedestal = value;
-        return;
-    case clipLevel:
-        converter.clipLevel = value;
-        return;
-    case lead:
-        scene.leadSeconds = value;
-        return;
-    case trail:
-        scene.trailSeconds = value;
-        return;
-    case darkRate:
-        darkness.pixel = value;
-        return;
-    case hotPixelRate:
-        darkness.hotPixel = value;
-        return;
-    case stray:
-        darkness.stray = value;
         return;
     case uvCut:
         StoreUvCut(memory, value != 0.0);

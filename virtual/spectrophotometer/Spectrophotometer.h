@@ -45,6 +45,7 @@ public:
 private:
     double TellNumber(std::size_t row) const override;
     void NumberChanged(std::size_t row) override;
+    double* PlainNumber(std::size_t row); // null: a change of this number is more than a new value
     void CableChanged(Moment now) override { port.CableChanged(now); }
     std::span<std::uint8_t> Memory() override { return memory; }
     bool TakesFault(std::string_view point, Fault fault) const override;
