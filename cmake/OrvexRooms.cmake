@@ -40,11 +40,19 @@ endif()
 find_package(Threads REQUIRED)
 target_link_libraries(orvex_flags INTERFACE Threads::Threads)
 
+# Rooms that wait for an instrument, ask options or report failures: a release wants them small. The others compute.
+set(ORVEX_SMALL_ROOMS platform_posix platform_real platform_libusb platform_automation utilities threads_and_dates timing
+    configuration usb lowlevel measurement device c_sdk device_kinds control)
+
 # orvex_room(NAME source...): one room as object code, linked into both libraries and into the tests.
 function(orvex_room name)
     add_library(orvex_${name} OBJECT ${ARGN})
     set_property(GLOBAL APPEND PROPERTY ORVEX_ROOMS ${name})
     target_link_libraries(orvex_${name} PRIVATE orvex_flags)
+    if(name IN_LIST ORVEX_SMALL_ROOMS)
+        # What nobody calls is left out when a library is linked.
+        target_compile_options(orvex_${name} PRIVATE $<$<CONFIG:Release>:-Os -ffunction-sections -fdata-sections>)
+    endif()
 endfunction()
 
 add_custom_target(threaded_tests)
