@@ -40,9 +40,9 @@ endif()
 find_package(Threads REQUIRED)
 target_link_libraries(orvex_flags INTERFACE Threads::Threads)
 
-# Rooms that wait for an instrument, ask options or report failures: a release wants them small. The others compute.
+# Rooms that wait for an instrument or report failures: a release wants them small. The others compute, or stand in every call.
 set(ORVEX_SMALL_ROOMS platform_posix platform_real platform_libusb platform_automation utilities threads_and_dates timing
-    configuration usb lowlevel measurement device c_sdk device_kinds control)
+    configuration usb lowlevel measurement device control)
 
 # orvex_room(NAME source...): one room as object code, linked into both libraries and into the tests.
 function(orvex_room name)
