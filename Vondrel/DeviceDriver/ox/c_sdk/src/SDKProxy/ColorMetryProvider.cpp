@@ -13,7 +13,9 @@
 namespace OrvexSDK {
 
 using Vondrel::CMetry::CMetryService;
+using Vondrel::CMetry::DensityFilterMode;
 using Vondrel::CMetry::DensityService;
+using Vondrel::CMetry::MeasureConditionTranslator;
 using Vondrel::CMetry::VDMeasureConditions;
 using Vondrel::CMetry::VDSpectrum;
 
@@ -22,13 +24,17 @@ namespace {
 /// In the order of the exported densities.
 const auto& filterNames = *new std::array<std::string, ColorMetryProvider::filterCount>{"Cyan", "Magenta", "Yellow",
                                                                                         "Black"}; // never destroyed
-const std::string& automatic = *new std::string("Auto");                                          // never destroyed
 
 }
 
 ColorMetryProvider::ColorMetryProvider()
 {
     conditions.SetMeasureCondition(Key::WhiteBase, "Absolute");
+}
+
+bool ColorMetryProvider::ChoosesFilter() const
+{
+    return conditions.GetDensityFilterMode() == DensityFilterMode::Auto;
 }
 
 std::string ColorMetryProvider::GetCondition(const std::string& key) const
@@ -73,10 +79,9 @@ try {
     PutPaperInForce();
     const VDSpectrum spectrum(sample);
     const float density = DensityService::GetDensity(spectrum, conditions);
-    std::string filterName = conditions.GetMeasureCondition(Key::DensityFilterMode);
-    if (filterName == automatic)
-        filterName = DensityService::GetDensityFilterName(spectrum, conditions);
-    return {density, filterName};
+    return {density,
+            ChoosesFilter() ? DensityService::GetDensityFilterName(spectrum, conditions)
+                            : MeasureConditionTranslator::ToString(conditions.GetDensityFilterMode())};
 }
 TRACE_GUARD("ColorMetryProvider", "GetDensity")
 
@@ -84,9 +89,9 @@ std::pair<std::array<float, ColorMetryProvider::filterCount>, std::string>
 ColorMetryProvider::GetDensities(const std::vector<float>& sample) const
 try {
     PutPaperInForce();
-    auto channel = Vondrel::CMetry::DensityFilterMode::Undefined;
+    auto channel = DensityFilterMode::Undefined;
     const auto [black, cyan, magenta, yellow] = DensityService::GetDensities(VDSpectrum(sample), conditions, channel);
-    return {{cyan, magenta, yellow, black}, Vondrel::CMetry::MeasureConditionTranslator::ToString(channel)};
+    return {{cyan, magenta, yellow, black}, MeasureConditionTranslator::ToString(channel)};
 }
 TRACE_GUARD("ColorMetryProvider", "GetDensities")
 

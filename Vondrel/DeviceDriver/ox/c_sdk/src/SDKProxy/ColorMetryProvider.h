@@ -21,6 +21,9 @@ public:
     /// Default conditions, with an absolute white base.
     ColorMetryProvider();
 
+    /// Whether the conditions leave the choice of a density filter to the sample.
+    bool ChoosesFilter() const;
+
     /// The text of a condition's value; "Undefined" for an unknown key.
     std::string GetCondition(const std::string& key) const;
 

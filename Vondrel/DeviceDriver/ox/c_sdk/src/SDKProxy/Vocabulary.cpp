@@ -35,7 +35,7 @@ const Row* Find(const Row (&table)[size], Field Row::*field, const Value& value)
 
 }
 
-const OptionRow* FindOption(const std::string& key)
+const OptionRow* FindOption(std::string_view key)
 {
     return Find(optionTable, &OptionRow::key, key);
 }
@@ -45,7 +45,7 @@ const ModeRow* FindMode(std::int32_t mode)
     return Find(modeTable, &ModeRow::mode, mode);
 }
 
-const ModeRow* FindMode(const std::string& text)
+const ModeRow* FindMode(std::string_view text)
 {
     return Find(modeTable, &ModeRow::text, text);
 }

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <string_view>
 
 namespace OrvexSDK {
 
@@ -85,7 +86,7 @@ inline constexpr OptionRow optionTable[] = {
 // clang-format on
 
 /// The row of a key, or null.
-const OptionRow* FindOption(const std::string& key);
+const OptionRow* FindOption(std::string_view key);
 
 /// Number of the measure modes that have a text. The device object has more, which an application does not see.
 enum MeasureMode : std::int32_t {
@@ -125,7 +126,7 @@ inline constexpr ModeRow modeTable[] = {
 
 /// The row of a mode, or null: the device object has modes without one.
 const ModeRow* FindMode(std::int32_t mode);
-const ModeRow* FindMode(const std::string& text);
+const ModeRow* FindMode(std::string_view text);
 
 /// The texts of the modes that an instrument can do, with semicolons between them.
 std::string ListModes(const std::function<bool(const ModeRow&)>& can);

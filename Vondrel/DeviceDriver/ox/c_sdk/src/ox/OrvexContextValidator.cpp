@@ -67,8 +67,8 @@ void OrvexContextValidator::ValidateReflectanceMode()
 
 void OrvexContextValidator::ValidateSetOption(const CallParameters& parameters)
 {
-    const std::string key = ContextParameterValidator::Validate(parameters.key);
-    const std::string value = ContextParameterValidator::Validate(parameters.value);
+    const std::string_view key = ContextParameterValidator::Validate(parameters.key);
+    const std::string_view value = ContextParameterValidator::Validate(parameters.value);
     const OptionRow* const row = FindOption(key);
     if (row != nullptr && row->setting == OptionRow::Setting::Refused)
         throw SDKError(OX_InvalidParameter, "The physical filter can not be set !!",
@@ -88,7 +88,7 @@ void OrvexContextValidator::ValidateRecognition(std::string_view key)
                        THROW_LOCATION("OrvexContextValidator", "ValidateRecognition"));
 }
 
-void OrvexContextValidator::ValidateMeasureMode(const std::string& key, const std::string& value)
+void OrvexContextValidator::ValidateMeasureMode(std::string_view key, std::string_view value)
 {
     if (key != Key::MeasurementMode)
         return;
@@ -103,12 +103,12 @@ void OrvexContextValidator::ValidateMeasureMode(const std::string& key, const st
                        THROW_LOCATION("OrvexContextValidator", "ValidateMeasureMode"));
 }
 
-void OrvexContextValidator::ValidateResetMode(const std::string& key, const std::string& value)
+void OrvexContextValidator::ValidateResetMode(std::string_view key, std::string_view value)
 {
     if (key != Key::Reset || value == "All" || value.starts_with("Orvex"))
         return;
     if (Proxy().GetAvailableMeasureModes().find(value) == std::string::npos)
-        throw SDKError(OX_NotSupported, "the connected device doesn't support \"" + value + "\" !",
+        throw SDKError(OX_NotSupported, "the connected device doesn't support \"" + std::string(value) + "\" !",
                        THROW_LOCATION("OrvexContextValidator", "ValidateResetMode"));
 }
 

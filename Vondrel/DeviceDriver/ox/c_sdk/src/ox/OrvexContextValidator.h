@@ -16,8 +16,8 @@ public:
 private:
     void ValidateSetOption(const CallParameters& parameters);
     void ValidateRecognition(std::string_view key);
-    void ValidateMeasureMode(const std::string& key, const std::string& value);
-    void ValidateResetMode(const std::string& key, const std::string& value);
+    void ValidateMeasureMode(std::string_view key, std::string_view value);
+    void ValidateResetMode(std::string_view key, std::string_view value);
     void ValidateReflectanceMode();
 };
 

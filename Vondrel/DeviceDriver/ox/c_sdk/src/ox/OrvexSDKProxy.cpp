@@ -21,9 +21,7 @@ namespace Device = Vondrel::DeviceDriver::ox;
 
 namespace {
 
-// Never destroyed: a call may come while the process ends.
-const std::string& automaticFilter = *new std::string("Auto");
-const std::string& noFilter = *new std::string("not set");
+const std::string& noFilter = *new std::string("not set"); // never destroyed: a call may come while the process ends
 
 /// Modulo 2 to the 32nd: an instrument may hold any number.
 std::int32_t Difference(std::int32_t a, std::int32_t b)
@@ -146,7 +144,7 @@ try {
     ColorMetryProvider& provider = GetColorMetryProvider();
     const auto [values, filterName] = provider.GetDensities(Sample(index));
     std::copy(values.begin(), values.end(), densities);
-    if (provider.GetCondition(Key::DensityFilterMode) == automaticFilter)
+    if (provider.ChoosesFilter())
         GetOptions()[Key::LastAutoDensityFilter] = filterName;
     if (autoIndex != nullptr)
         *autoIndex = ColorMetryProvider::GetFilterIndex(filterName);
@@ -158,8 +156,7 @@ try {
     ColorMetryProvider& provider = GetColorMetryProvider();
     const auto [value, filterName] = provider.GetDensity(Sample(index));
     *density = value;
-    const bool automatic = provider.GetCondition(Key::DensityFilterMode) == automaticFilter;
-    GetOptions()[Key::LastAutoDensityFilter] = automatic ? filterName : noFilter;
+    GetOptions()[Key::LastAutoDensityFilter] = provider.ChoosesFilter() ? filterName : noFilter;
 }
 TRACE_GUARD("OrvexSDKProxy", "GetDensity")
 

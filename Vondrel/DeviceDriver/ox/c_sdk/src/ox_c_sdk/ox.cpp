@@ -90,9 +90,13 @@ OX_Result SetOption(Call call)
     }
     bool contextOption = false;
     const bool done = Perform(call, [&] {
-        contextOption = SetContextOption(parameters.key, parameters.value);
+        static std::string& key = *new std::string; // they keep their memory; calls may come while the process ends
+        static std::string& value = *new std::string;
+        key = parameters.key;
+        value = parameters.value;
+        contextOption = SetContextOption(key, value);
         if (!contextOption)
-            CurrentProxy().SetOption(parameters.key, parameters.value);
+            CurrentProxy().SetOption(key, value);
     });
     // What was current before may be gone: a change of context that worked is a success without asking anyone.
     return done && contextOption ? OX_NoError : CurrentProxy().GetLastError().Code();

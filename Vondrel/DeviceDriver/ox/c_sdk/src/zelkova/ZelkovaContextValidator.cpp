@@ -23,13 +23,13 @@ SDKProxy& Proxy()
 void ZelkovaContextValidator::Validate(const std::string& functionName, const CallParameters& parameters)
 try {
     if (functionName == "OX_GetDeviceInfo" || functionName == "OX_GetOption") {
-        const std::string key = ContextParameterValidator::Validate(parameters.key);
+        const std::string_view key = ContextParameterValidator::Validate(parameters.key);
         if (key == Key::Recognition)
             throw SDKError(OX_InternalError, "invalid key Recognition for Orvex-Display",
                            THROW_LOCATION("ZelkovaContextValidator", "Validate"));
     } else if (functionName == "OX_SetOption") {
-        const std::string key = ContextParameterValidator::Validate(parameters.key);
-        const std::string value = ContextParameterValidator::Validate(parameters.value);
+        const std::string_view key = ContextParameterValidator::Validate(parameters.key);
+        const std::string_view value = ContextParameterValidator::Validate(parameters.value);
         if (key == Key::MeasurementMode)
             ValidateMeasureMode(value);
     } else if (functionName == "OX_TriggerMeasurement") {
@@ -41,11 +41,11 @@ try {
 }
 TRACE_GUARD("ZelkovaContextValidator", "Validate")
 
-void ZelkovaContextValidator::ValidateMeasureMode(const std::string& value)
+void ZelkovaContextValidator::ValidateMeasureMode(std::string_view value)
 {
     const ModeRow* const row = FindMode(value);
     if (row == nullptr || !row->onColorimeter)
-        throw SDKError(OX_NotSupported, "this device doesn't support measure mode" + value, "");
+        throw SDKError(OX_NotSupported, "this device doesn't support measure mode" + std::string(value), "");
     if (row->needs == ModeRow::Needs::AmbientHead
         && !dynamic_cast<ZelkovaSDKProxy&>(Proxy()).GetDevice().SupportsAmbientLight())
         throw SDKError(OX_NotSupported, "this device doesn't have ambient light support", "");

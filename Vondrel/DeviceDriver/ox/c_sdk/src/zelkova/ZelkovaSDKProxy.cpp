@@ -211,11 +211,8 @@ try {
         result = TranslateMeasureMode(GetMode());
     } else if (key == Key::PhysicalFilter) {
         result = "1";
-    } else {
-        const auto& options = GetOptions();
-        const auto found = options.find(key);
-        if (found != options.end())
-            result = found->second;
+    } else if (const std::string* const option = GetOptions().Find(key)) {
+        result = *option;
     }
     if (result.empty())
         throw SDKError(OX_InvalidParameter, "Unknown argument " + key, THROW_LOCATION("ZelkovaSDKProxy", "GetOption"));
