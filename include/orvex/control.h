@@ -10,53 +10,25 @@
 #ifndef ORVEX_CONTROL_H
 #define ORVEX_CONTROL_H
 
-#include <stdint.h>
+#include "export.h"
 
-#ifndef OX_API
-#if defined(__GNUC__)
-#define OX_API __attribute__((visibility("default")))
-#else
-#define OX_API
-#endif
-#endif
+#include <stdint.h>
 
 /** The name that a script creates the control by. */
 #define ORVEX_CONTROL_PROGRAMMATIC_NAME "Vondrel.OrvexCtrl.1"
 
+/* clang-format off */
 /* Identifiers, as initialisers of OX_ControlId or of a host's own type of the same layout. */
 
 /** The class. */
-#define ORVEX_CONTROL_CLASS_ID                                                                                         \
-    {                                                                                                                  \
-        0x8FCDDC57, 0xE509, 0x479C,                                                                                    \
-        {                                                                                                              \
-            0xA7, 0xAB, 0x43, 0x03, 0x0A, 0x4F, 0x5C, 0x5B                                                             \
-        }                                                                                                              \
-    }
+#define ORVEX_CONTROL_CLASS_ID {0x8FCDDC57, 0xE509, 0x479C, {0xA7, 0xAB, 0x43, 0x03, 0x0A, 0x4F, 0x5C, 0x5B}}
 /** The dispatch interface _DOrvexCtrl. */
-#define ORVEX_CONTROL_DISPATCH_ID                                                                                      \
-    {                                                                                                                  \
-        0x13D23AE3, 0xDD04, 0x4585,                                                                                    \
-        {                                                                                                              \
-            0xB8, 0xED, 0x3E, 0x28, 0x9B, 0x2E, 0x66, 0xED                                                             \
-        }                                                                                                              \
-    }
+#define ORVEX_CONTROL_DISPATCH_ID {0x13D23AE3, 0xDD04, 0x4585, {0xB8, 0xED, 0x3E, 0x28, 0x9B, 0x2E, 0x66, 0xED}}
 /** The event interface _DOrvexCtrlEvents, which has no members. */
-#define ORVEX_CONTROL_EVENTS_ID                                                                                        \
-    {                                                                                                                  \
-        0x7B3A4276, 0x60C0, 0x424C,                                                                                    \
-        {                                                                                                              \
-            0x82, 0x05, 0xFC, 0x1A, 0x1F, 0xAD, 0x71, 0xFD                                                             \
-        }                                                                                                              \
-    }
+#define ORVEX_CONTROL_EVENTS_ID {0x7B3A4276, 0x60C0, 0x424C, {0x82, 0x05, 0xFC, 0x1A, 0x1F, 0xAD, 0x71, 0xFD}}
 /** The type library ORVEXCTRLLib, version 1.0. */
-#define ORVEX_CONTROL_LIBRARY_ID                                                                                       \
-    {                                                                                                                  \
-        0x9ADA6C20, 0x5B01, 0x41AE,                                                                                    \
-        {                                                                                                              \
-            0xBC, 0x6F, 0xDE, 0xC6, 0x02, 0xEA, 0x1B, 0x9E                                                             \
-        }                                                                                                              \
-    }
+#define ORVEX_CONTROL_LIBRARY_ID {0x9ADA6C20, 0x5B01, 0x41AE, {0xBC, 0x6F, 0xDE, 0xC6, 0x02, 0xEA, 0x1B, 0x9E}}
+/* clang-format on */
 
 #ifdef __cplusplus
 extern "C" {

@@ -30,15 +30,9 @@
 #ifndef ORVEX_OX_H
 #define ORVEX_OX_H
 
-#include <stdint.h>
+#include "export.h"
 
-#ifndef OX_API
-#if defined(__GNUC__)
-#define OX_API __attribute__((visibility("default")))
-#else
-#define OX_API
-#endif
-#endif
+#include <stdint.h>
 
 #define OX_VERSION_MAJOR 3
 #define OX_VERSION_MINOR 1

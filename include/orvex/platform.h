@@ -19,15 +19,9 @@
  *
  *     KERNEL=="zelcal[0-9]*", MODE="0660", GROUP="plugdev"
  */
-#include <stdint.h>
+#include "export.h"
 
-#ifndef ORVEX_PLATFORM_API
-#if defined(__GNUC__)
-#define ORVEX_PLATFORM_API __attribute__((visibility("default")))
-#else
-#define ORVEX_PLATFORM_API
-#endif
-#endif
+#include <stdint.h>
 
 #ifdef __cplusplus
 extern "C" {
@@ -38,13 +32,13 @@ extern "C" {
  *  @param port  1 to 8
  *  @param name  for example "/dev/ttyUSB0"; copied
  *  @return 0, or the platform's error number (above 0): the port is out of range, or the name is null or too long */
-ORVEX_PLATFORM_API int32_t orvex_set_serial_port_name(int32_t port, const char* name);
+OX_API int32_t orvex_set_serial_port_name(int32_t port, const char* name);
 
 /** Sets the pattern of the names of USB device files.
  *
  *  @param pattern  one "%u" stands for the index, for example "/dev/zelcal%u"; copied
  *  @return 0, or the platform's error number (above 0): the pattern is null, too long, or has not exactly one "%u" */
-ORVEX_PLATFORM_API int32_t orvex_set_usb_name_pattern(const char* pattern);
+OX_API int32_t orvex_set_usb_name_pattern(const char* pattern);
 
 #ifdef __cplusplus
 }

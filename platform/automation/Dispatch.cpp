@@ -1,10 +1,10 @@
 #include "platform/automation/Dispatch.h"
 
+#include "platform/RunTime.h"
 #include "platform/automation/Variant.h"
 #include "platform/automation/WideString.h"
 
 #include <algorithm>
-#include <cxxabi.h>
 #include <exception>
 #include <new>
 
@@ -132,9 +132,8 @@ HRESULT Call(COleControl& control, const ClassDescription& description, const Me
         return E_OUTOFMEMORY;
     } catch (const std::exception& e) {
         Describe(exception, description, e.what());
-    } catch (abi::__forced_unwind&) {
-        throw;
     } catch (...) {
+        Platform::PassForcedUnwind();
         Describe(exception, description, "unknown failure");
     }
     return DISP_E_EXCEPTION;

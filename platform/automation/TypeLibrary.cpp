@@ -1,6 +1,7 @@
 #include "platform/automation/TypeLibrary.h"
 
 #include "platform/automation/Dispatch.h"
+#include "platform/automation/Module.h"
 #include "platform/automation/TypeData.h"
 #include "platform/automation/WideString.h"
 
@@ -12,10 +13,14 @@ namespace Platform::Automation {
 
 namespace {
 
-/// References of an object with one interface besides the common one.
+/// References of an object with one interface besides the common one. While it stands the module stays loaded.
 template<class Interface, const IID& own>
 class Counted : public Interface {
 public:
+    Counted() { LockModule(); }
+    Counted(const Counted&) = delete;
+    Counted& operator=(const Counted&) = delete;
+
     HRESULT QueryInterface(REFIID iid, void** object) override
     {
         if (object == nullptr)
@@ -38,7 +43,7 @@ public:
     }
 
 protected:
-    virtual ~Counted() = default;
+    virtual ~Counted() { UnlockModule(); }
 
 private:
     std::atomic<ULONG> references = 1;

@@ -1,4 +1,4 @@
-#include "platform/Failure.h"
+#include "platform/ErrorText.h"
 
 #include <cerrno>
 

@@ -10,7 +10,6 @@ namespace {
 
 constexpr GUID classId = ORVEX_CONTROL_CLASS_ID;
 constexpr GUID dispatchId = ORVEX_CONTROL_DISPATCH_ID;
-constexpr GUID libraryId = ORVEX_CONTROL_LIBRARY_ID;
 
 /// A platform that refuses to change its list of type libraries, or of classes.
 class RefusingRegistry : public ClassRegistry {
@@ -93,15 +92,11 @@ TEST_F(ControlTest, IsFoundByItsNameInAnyCaseWhileItIsRegistered)
     ASSERT_NE(entry, nullptr);
     EXPECT_STREQ(entry->displayName, "OrvexCtrl Control");
     EXPECT_STREQ(entry->propertyPageName, "OrvexCtrl Property Page");
-    EXPECT_EQ(CLSIDFromProgID(u"Vondrel.OrvexCtrl", &clsid), CO_E_CLASSSTRING);
-    EXPECT_EQ(clsid, GUID_NULL);
-    EXPECT_EQ(CLSIDFromProgID(u"Vondrel.OrvexCtrl.11", &clsid), CO_E_CLASSSTRING);
-
     EXPECT_EQ(DllRegisterServer(), S_OK) << "a second time";
     EXPECT_EQ(DllUnregisterServer(), S_OK);
     EXPECT_EQ(CLSIDFromProgID(u"Vondrel.OrvexCtrl.1", &clsid), CO_E_CLASSSTRING);
     Held<ITypeLib> library;
-    EXPECT_EQ(LoadRegTypeLib(libraryId, 1, 0, 0, library.Address()), TYPE_E_LIBNOTREGISTERED);
+    EXPECT_EQ(LoadRegTypeLib(ORVEX_CONTROL_LIBRARY_ID, 1, 0, 0, library.Address()), TYPE_E_LIBNOTREGISTERED);
     EXPECT_EQ(DllUnregisterServer(), S_OK) << "a second time";
 }
 
@@ -127,17 +122,15 @@ TEST_F(ControlTest, GivesItsClassObjectAndNoOther)
     const OX_ControlId factory = Id(IID_IClassFactory);
     const OX_ControlId other = Id(dispatchId);
     const struct {
-        const char* what;
         const OX_ControlId *clsid, *iid;
         HRESULT status;
     } cases[] = {
-        {"another class", &other, &factory, CLASS_E_CLASSNOTAVAILABLE},
-        {"another interface", &own, &other, E_NOINTERFACE},
-        {"no class", nullptr, &factory, E_POINTER},
-        {"no interface", &own, nullptr, E_POINTER},
+        {&other, &factory, CLASS_E_CLASSNOTAVAILABLE},
+        {&own, &other, E_NOINTERFACE},
+        {nullptr, &factory, E_POINTER},
+        {&own, nullptr, E_POINTER},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
         void* object = this;
         EXPECT_EQ(DllGetClassObject(c.clsid, c.iid, &object), c.status);
         EXPECT_EQ(object, nullptr);
@@ -152,21 +145,14 @@ TEST_F(ControlTest, CanBeUnloadedOnceNothingIsHeld)
     EXPECT_EQ(DllCanUnloadNow(), S_FALSE) << "the script's control";
     script.reset();
     EXPECT_EQ(DllCanUnloadNow(), S_OK);
-
     Held<IClassFactory> factory = ClassObject(classId);
     EXPECT_EQ(DllCanUnloadNow(), S_FALSE) << "the class object";
     EXPECT_EQ(factory->LockServer(1), S_OK);
-    EXPECT_EQ(factory->LockServer(1), S_OK);
     factory.Drop();
-    EXPECT_EQ(DllCanUnloadNow(), S_FALSE) << "two locks";
-    factory = ClassObject(classId);
-    EXPECT_EQ(factory->LockServer(0), S_OK);
-    factory.Drop();
-    EXPECT_EQ(DllCanUnloadNow(), S_FALSE) << "one lock";
+    EXPECT_EQ(DllCanUnloadNow(), S_FALSE) << "a lock";
     factory = ClassObject(classId);
     EXPECT_EQ(factory->LockServer(0), S_OK);
     EXPECT_EQ(factory->LockServer(0), E_UNEXPECTED) << "no lock left";
-
     Held<IViewObject> view;
     EXPECT_EQ(factory->CreateInstance(nullptr, IID_IViewObject, view.Place()), S_OK);
     factory.Drop();
@@ -177,34 +163,29 @@ TEST_F(ControlTest, CanBeUnloadedOnceNothingIsHeld)
 
 TEST_F(ControlTest, LeavesNothingBehindWhenItCannotBeCreated)
 {
-    Held<IClassFactory> factory = ClassObject(classId);
+    const Held<IClassFactory> factory = ClassObject(classId);
     void* object = this;
     EXPECT_EQ(factory->CreateInstance(nullptr, IID_ITypeLib, &object), E_NOINTERFACE);
     EXPECT_EQ(object, nullptr);
     EXPECT_EQ(factory->CreateInstance(Control(), IID_IUnknown, &object), CLASS_E_NOAGGREGATION);
     EXPECT_EQ(factory->CreateInstance(nullptr, IID_IUnknown, nullptr), E_POINTER);
-    factory.Drop();
-    script.reset();
-    EXPECT_EQ(DllCanUnloadNow(), S_OK);
 }
 
 TEST_F(ControlTest, IsOneObjectBehindAllItsInterfaces)
 {
-    void* identity = nullptr;
-    ASSERT_EQ(Control()->QueryInterface(IID_IUnknown, &identity), S_OK);
+    Held<IUnknown> identity;
+    ASSERT_EQ(Control()->QueryInterface(IID_IUnknown, identity.Place()), S_OK);
     for (const IID& iid : {IID_IDispatch, dispatchId, IID_IPersist, IID_IPersistStreamInit, IID_IViewObject}) {
-        Held<IUnknown> interface;
+        Held<IUnknown> interface, again;
         ASSERT_EQ(Control()->QueryInterface(iid, interface.Place()), S_OK);
-        Held<IUnknown> again;
         EXPECT_EQ(interface->QueryInterface(IID_IUnknown, again.Place()), S_OK);
-        EXPECT_EQ(again.Get(), identity);
+        EXPECT_EQ(again.Get(), identity.Get());
     }
     void* other = this;
     EXPECT_EQ(Control()->QueryInterface(IID_IClassFactory, &other), E_NOINTERFACE);
     EXPECT_EQ(other, nullptr);
     EXPECT_EQ(Control()->AddRef(), 3U);
     EXPECT_EQ(Control()->Release(), 2U);
-    EXPECT_EQ(static_cast<IUnknown*>(identity)->Release(), 1U);
 }
 
 TEST_F(ControlTest, DrawsAnIconAndItsNameOnWhite)
@@ -228,31 +209,20 @@ TEST_F(ControlTest, StoresTheVersionOfItsPropertiesAndNothingElse)
     Stream stream;
     EXPECT_EQ(persistence->Save(&stream, 1), S_OK);
     EXPECT_EQ(stream.bytes, std::string("\0\0\1\0", 4));
-    std::uint64_t size = 0;
-    EXPECT_EQ(persistence->GetSizeMax(&size), S_OK);
-    EXPECT_EQ(size, stream.bytes.size());
     CLSID clsid{};
     EXPECT_EQ(persistence->GetClassID(&clsid), S_OK);
     EXPECT_EQ(clsid, classId);
-
-    const struct {
-        const char* what;
-        std::string bytes;
-        HRESULT status;
-    } cases[] = {
-        {"its own", stream.bytes, S_OK},
-        {"an older version", std::string("\5\0\0\0", 4), S_OK},
-        {"a newer version", std::string("\1\0\1\0", 4), E_FAIL},
-        {"a torn stream", std::string("\0\0\1", 3), E_FAIL},
+    const std::pair<std::string, HRESULT> cases[] = {
+        {stream.bytes, S_OK},
+        {std::string("\5\0\0\0", 4), S_OK},   // an older version
+        {std::string("\1\0\1\0", 4), E_FAIL}, // a newer one
+        {std::string("\0\0\1", 3), E_FAIL},   // torn
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
+    for (const auto& [bytes, status] : cases) {
         Stream stored;
-        stored.bytes = c.bytes;
-        EXPECT_EQ(persistence->Load(&stored), c.status);
+        stored.bytes = bytes;
+        EXPECT_EQ(persistence->Load(&stored), status);
     }
-    Stream full;
-    full.room = 2;
-    EXPECT_EQ(persistence->Save(&full, 1), E_FAIL);
-    EXPECT_EQ(persistence->Save(nullptr, 1), E_POINTER);
+    stream.room = 2;
+    EXPECT_EQ(persistence->Save(&stream, 1), E_FAIL);
 }

@@ -62,50 +62,19 @@ std::int32_t RecordAndFill(const char* name, float* values, int count, std::int3
 
 }
 
-const char* OX_GetDeviceInfo(const char* key)
-{
-    return RecordQuery(__func__, key);
-}
-const char* OX_GetOption(const char* key)
-{
-    return RecordQuery(__func__, key);
-}
-OX_Result OX_SetOption(const char* key, const char* value)
-{
-    return Record(__func__, key, value);
-}
-OX_Result OX_IsConnected(void)
-{
-    return Record(__func__);
-}
-OX_Result OX_KeyPressed(void)
-{
-    return Record(__func__);
-}
-OX_Result OX_Calibrate(void)
-{
-    return Record(__func__);
-}
-OX_Result OX_TriggerMeasurement(void)
-{
-    return Record(__func__);
-}
-OX_Result OX_GetSpectrum(float values[36], int32_t index)
-{
-    return RecordAndFill(__func__, values, 36, index);
-}
-OX_Result OX_GetTriStimulus(float values[3], int32_t index)
-{
-    return RecordAndFill(__func__, values, 3, index);
-}
-OX_Result OX_GetDensity(float* density, int32_t index)
-{
-    return RecordAndFill(__func__, density, 1, index);
-}
-OX_Result OX_SetSubstrate(const float spectrum[36])
-{
-    return Record(__func__, spectrum);
-}
+// clang-format off
+const char* OX_GetDeviceInfo(const char* key) { return RecordQuery(__func__, key); }
+const char* OX_GetOption(const char* key) { return RecordQuery(__func__, key); }
+OX_Result OX_SetOption(const char* key, const char* value) { return Record(__func__, key, value); }
+OX_Result OX_IsConnected(void) { return Record(__func__); }
+OX_Result OX_KeyPressed(void) { return Record(__func__); }
+OX_Result OX_Calibrate(void) { return Record(__func__); }
+OX_Result OX_TriggerMeasurement(void) { return Record(__func__); }
+OX_Result OX_GetSpectrum(float values[36], int32_t index) { return RecordAndFill(__func__, values, 36, index); }
+OX_Result OX_GetTriStimulus(float values[3], int32_t index) { return RecordAndFill(__func__, values, 3, index); }
+OX_Result OX_GetDensity(float* density, int32_t index) { return RecordAndFill(__func__, density, 1, index); }
+OX_Result OX_SetSubstrate(const float spectrum[36]) { return Record(__func__, spectrum); }
+// clang-format on
 
 OX_Result OX_GetDensities(float values[4], int32_t* autoIndex, int32_t index)
 {

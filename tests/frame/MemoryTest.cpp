@@ -3,6 +3,7 @@
 #include "Vondrel/Utilities/Exceptions/DeviceDriverException.h"
 #include "orvex/ox.h"
 #include "tests/frame/ScriptedDevice.h"
+#include "tests/support/DocumentedCodes.h"
 #include "tests/support/FailingMemory.h"
 
 #include <array>
@@ -47,12 +48,6 @@ Results RunSession()
         Result([&] { return text(OX_GetDeviceInfo("a key that is longer than any short string")); }),
         Result([] { return OX_GetNumberOfAvailableSamples() < -1 ? escaped : OX_NoError; }),
     };
-}
-
-bool IsDocumented(OX_Result result)
-{
-    return result == OX_NoError || (result >= OX_DeviceNotConnected && result <= OX_InvalidParameter)
-        || result == OX_NotAvailable;
 }
 
 class MemoryRunsOut : public testing::TestWithParam<bool> {

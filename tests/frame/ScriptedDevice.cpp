@@ -18,7 +18,11 @@ using SmartPointer = Vondrel::Utilities::Tools::SmartPointer<T>;
 class ScriptedProxy : public SDKProxy {
 public:
     explicit ScriptedProxy(std::int32_t theId) : id(theId) { ++Scripted().alive; }
-    ~ScriptedProxy() override { --Scripted().alive; }
+    ~ScriptedProxy() override
+    {
+        --Scripted().alive;
+        Scripted().farewell();
+    }
 
     std::string GetDeviceType() override { return id == 1000 ? "OrvexDisplay" : "Orvex" + std::to_string(id); }
     bool IsConnected() override { return Run("IsConnected"), true; }

@@ -11,7 +11,8 @@ struct ScriptedDevice {
     std::function<void()> operation = [] {}; ///< run by every operation of the device
     std::function<void(const std::string&, const OrvexSDK::CallParameters&)> validate =
         [](const std::string&, const OrvexSDK::CallParameters&) {};
-    std::vector<std::string> calls; ///< "0 Calibrate": id of the proxy and operation, oldest first
+    std::function<void()> farewell = [] {}; ///< run by the destructor of a proxy
+    std::vector<std::string> calls;         ///< "0 Calibrate": id of the proxy and operation, oldest first
     std::int32_t samples = 3;
     std::int32_t mode = 0;
     bool colorimeterAttached = false;

@@ -51,6 +51,7 @@ readelf -d "$libraries/liborvex-virtual.so" | grep -q 'SONAME.*\[liborvex-virtua
 
 say "headers, each by itself, as C99 and as C++20"
 for header in "$work"/prefix/include/orvex/*.h; do
-    "$cc" -std=c99 -Wall -Wextra -pedantic -Werror -fsyntax-only -x c "$header"
-    "$cxx" -std=c++20 -Wall -Wextra -pedantic -Werror -fsyntax-only -x c++ "$header"
+    printf '#include <orvex/%s>\nextern int nothing;\n' "$(basename "$header")" >"$work/alone.c"
+    "$cc" -std=c99 -Wall -Wextra -pedantic -Werror -fsyntax-only -I "$work/prefix/include" "$work/alone.c"
+    "$cxx" -std=c++20 -Wall -Wextra -pedantic -Werror -fsyntax-only -x c++ -I "$work/prefix/include" "$work/alone.c"
 done

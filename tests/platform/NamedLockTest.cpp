@@ -1,4 +1,5 @@
 #include "platform/NamedLock.h"
+#include "tests/support/LockName.h"
 
 #include <gtest/gtest.h>
 
@@ -7,14 +8,13 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <filesystem>
-#include <functional>
 #include <spawn.h>
 #include <string>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
-#include <vector>
 
 extern char** environ;
 
@@ -24,14 +24,6 @@ using Outcome = Platform::Waitable::Outcome;
 namespace {
 
 bool endsInChmod = false; ///< a process that is killed between the making of a file and the setting of its mode
-
-/// Where lock files lie: the first of the two that everybody may write to.
-std::string FirstDirectory()
-{
-    struct stat status { };
-    const bool isForEverybody = ::stat("/run/lock", &status) == 0 && (status.st_mode & S_IWOTH) != 0;
-    return isForEverybody ? "/run/lock/" : "/dev/shm/";
-}
 
 }
 
@@ -43,24 +35,6 @@ int fchmod(int descriptor, mode_t mode) noexcept
 }
 
 namespace {
-
-/// A name of this run, whose file goes with it.
-class LockName {
-public:
-    LockName() = default;
-    ~LockName()
-    {
-        for (const auto& entry : std::filesystem::directory_iterator(FirstDirectory()))
-            if (entry.path().filename().string().starts_with(File()))
-                ::unlink(entry.path().c_str());
-    }
-    std::string Name() const { return "lock test: " + number; }
-    std::string SameFile() const { return "lock/test/" + number; }
-    std::string File() const { return "orvex-locktest" + number; }
-
-private:
-    std::string number = std::to_string(::getpid());
-};
 
 /// A second process that holds the lock; see lock_holder.cpp.
 class Holder {
@@ -168,23 +142,14 @@ TEST(NamedLock, IsNotOwnedByAForkedChildButServesItToo)
     const LockName name;
     const auto wide = NamedLock::Make(name.Name(), true);
     const auto local = NamedLock::Make(name.Name(), false);
-    const auto child = [&](const std::function<bool()>& isRight) {
-        const pid_t process = ::fork();
-        if (process == 0)
-            ::_exit(isRight() ? 0 : 1);
-        int status = -1;
-        ::waitpid(process, &status, 0);
-        return status;
-    };
     for (const auto& lock : {wide.get(), local.get()}) {
         ASSERT_EQ(Outcome::acquired, lock->Acquire(0));
-        EXPECT_EQ(0, child([&] { return !lock->Release(); }));
+        EXPECT_TRUE(InChild([&] { return !lock->Release(); }));
     }
-    EXPECT_EQ(0, child([&] { return wide->Acquire(0) == Outcome::timedOut; })) << "the parent holds it";
-    EXPECT_EQ(0, child([&] { return local->Acquire(0) == Outcome::acquired; })) << "the child's own";
+    EXPECT_TRUE(InChild([&] { return wide->Acquire(0) == Outcome::timedOut; })) << "the parent holds it";
+    EXPECT_TRUE(InChild([&] { return local->Acquire(0) == Outcome::acquired; })) << "the child's own";
     EXPECT_TRUE(wide->Release());
-    EXPECT_TRUE(local->Release());
-    EXPECT_EQ(0, child([&] { return wide->Acquire(0) == Outcome::acquired && wide->Release(); }));
+    EXPECT_TRUE(InChild([&] { return wide->Acquire(0) == Outcome::acquired && wide->Release(); }));
 }
 
 TEST(NamedLock, IsNotOwnedByAThreadThatWasCancelledOnItsWay)
@@ -236,50 +201,49 @@ TEST(NamedLock, OfThisProcessDoesNotReachBeyond)
     EXPECT_TRUE(lock->Release());
 }
 
-TEST(NamedLock, GuardsDataOfThreadsWhileAnotherProcessTakesItToo)
+TEST(NamedLock, GuardsWhatThreadsOfTwoProcessesShare)
 {
     const LockName name;
-    int counter = 0;
+    auto& counter = *static_cast<volatile int*>(
+        ::mmap(nullptr, sizeof(int), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
     const auto count = [&] {
         const auto lock = NamedLock::Make(name.Name(), true);
         for (int i = 0; i < 300; ++i) {
             EXPECT_EQ(Outcome::acquired, lock->Acquire(std::nullopt));
-            ++counter;
+            counter = counter + 1;
             EXPECT_TRUE(lock->Release());
         }
     };
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i)
-        threads.emplace_back(count);
-    for (int i = 0; i < 3; ++i)
-        Holder(name.Name()).End();
-    for (auto& thread : threads)
-        thread.join();
+    const auto countTwice = [&] {
+        std::thread other(count);
+        count();
+        other.join();
+        return true;
+    };
+    std::thread process([&] { EXPECT_TRUE(InChild(countTwice)); });
+    countTwice();
+    process.join();
     EXPECT_EQ(1200, counter);
 }
 
 TEST(LockFile, FollowsNoLinkAndTakesNothingButAPlainFile)
 {
-    const LockName name;
-    struct Case {
-        const char* what;
-        std::function<int(const std::string&)> make;
-    };
-    const Case cases[] = {
-        {"link", [](const std::string& path) { return ::symlink("/etc/hostname", path.c_str()); }},
-        {"fifo", [](const std::string& path) { return ::mkfifo(path.c_str(), 0666); }},
-        {"directory", [](const std::string& path) { return ::mkdir(path.c_str(), 0777); }},
-    };
     // What stands in the first directory that is for everybody decides: a second lock elsewhere would be no lock.
-    for (const Case& c : cases) {
-        ASSERT_EQ(0, c.make(FirstDirectory() + name.File()));
-        EXPECT_EQ(nullptr, NamedLock::Make(name.Name(), true)) << c.what;
-        ::remove((FirstDirectory() + name.File()).c_str());
-    }
+    const LockName name;
+    const std::string path = name.Path();
+    ASSERT_EQ(0, ::symlink("/etc/hostname", path.c_str()));
+    EXPECT_EQ(nullptr, NamedLock::Make(name.Name(), true)) << "a link";
+    ::remove(path.c_str());
+    ASSERT_EQ(0, ::mkfifo(path.c_str(), 0666));
+    EXPECT_EQ(nullptr, NamedLock::Make(name.Name(), true)) << "a fifo";
+    ::remove(path.c_str());
+    ASSERT_EQ(0, ::mkdir(path.c_str(), 0777));
+    EXPECT_EQ(nullptr, NamedLock::Make(name.Name(), true)) << "a directory";
+    ::remove(path.c_str());
     EXPECT_EQ(nullptr, NamedLock::Make(std::string(300, 'x'), true));
 }
 
-TEST(LockFile, CanBeLockedByEveryUserWhateverTheUmask)
+TEST(LockFile, CanBeLockedByEveryUserAndByNoProgramThatIsStarted)
 {
     const LockName name;
     const mode_t before = ::umask(0077);
@@ -287,23 +251,28 @@ TEST(LockFile, CanBeLockedByEveryUserWhateverTheUmask)
     ::umask(before);
     ASSERT_TRUE(lock);
     struct stat status { };
-    ASSERT_EQ(0, ::stat((FirstDirectory() + name.File()).c_str(), &status));
+    ASSERT_EQ(0, ::stat(name.Path().c_str(), &status));
     EXPECT_EQ(0666U, status.st_mode & 0777U);
     EXPECT_EQ(1U, status.st_nlink) << "the name that it was made under is gone";
+    int descriptors = 0;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code error;
+        if (std::filesystem::read_symlink(entry.path(), error) != name.Path())
+            continue;
+        ++descriptors;
+        EXPECT_EQ(FD_CLOEXEC, ::fcntl(std::stoi(entry.path().filename()), F_GETFD));
+    }
+    EXPECT_EQ(1, descriptors);
 }
 
 TEST(LockFile, IsThereOnlyOnceEverybodyCanOpenIt)
 {
     const LockName name;
-    const pid_t creator = ::fork();
-    if (creator == 0) {
+    EXPECT_TRUE(InChild([&] {
         endsInChmod = true;
         NamedLock::Make(name.Name(), true);
-        ::_exit(1);
-    }
-    int status = -1;
-    ::waitpid(creator, &status, 0);
-    ASSERT_EQ(0, status) << "the creator did not end where it should";
-    EXPECT_NE(0, ::access((FirstDirectory() + name.File()).c_str(), F_OK));
+        return false;
+    })) << "the creator did not end where it should";
+    EXPECT_NE(0, ::access(name.Path().c_str(), F_OK));
     EXPECT_TRUE(NamedLock::Make(name.Name(), true));
 }

@@ -2,7 +2,7 @@
 // an application: each call returns a documented code, the library goes on, and nothing stays open.
 
 #include "SystemBench.h"
-#include "tests/wire/Settled.h"
+#include "tests/support/Settled.h"
 
 #include <algorithm>
 #include <future>

@@ -1,27 +1,25 @@
 #include "Vondrel/Utilities/Concurrent/Thread.h"
-#include "Vondrel/Utilities/Exceptions/ResourceException.h"
-#include "Vondrel/Utilities/Multithreading/Condition.h"
+#include "Vondrel/Utilities/Multithreading/BlockingQueue.h"
 #include "Vondrel/Utilities/Multithreading/ConditionImpl.h"
-#include "Vondrel/Utilities/Multithreading/ScopedLock.h"
 #include "Vondrel/Utilities/Multithreading/Semaphore.h"
+#include "Vondrel/Utilities/Multithreading/Win32Lockable.h"
+#include "tests/support/LockName.h"
+#include "tests/support/Thrown.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <functional>
 #include <pthread.h>
 #include <thread>
 
 using namespace Vondrel::Utilities::Multithreading;
 using Vondrel::Utilities::Concurrent::Thread;
-using Vondrel::Utilities::Exceptions::InvalidArgumentException;
-using Vondrel::Utilities::Exceptions::ResourceException;
+using Outcome = Platform::Waitable::Outcome;
 
 namespace {
 
-// A name of this process: on this platform the condition under test is one, and other runs of this test are not to
-// wait.
+// A name of this process: other runs of this test are not to wait.
 constexpr const char* localName = "BlockingQueueMutex";
 
 using Task = std::function<void()>;
@@ -38,28 +36,42 @@ void Elsewhere(Task task)
     thread.Join();
 }
 
-/// The text of the ResourceException that a task ends with.
-std::string Failure(const Task& task)
+bool IsFree(Mutex& mutex)
 {
-    try {
-        task();
-    } catch (const ResourceException& e) {
-        return e.what();
-    }
-    return "no failure";
+    bool isFree = false;
+    Elsewhere([&] {
+        isFree = mutex.TryLock(0);
+        mutex.Unlock();
+    });
+    return isFree;
 }
 
-/// A queue on which the platform fails, and which does something while a thread waits at it.
+/// Threads that run the same task.
+class Crowd {
+public:
+    Crowd(int count, Task task_) : task(std::move(task_))
+    {
+        for (int i = 0; i < count; ++i)
+            threads.push_back(std::make_unique<Thread>(RunTask, &task));
+    }
+    ~Crowd()
+    {
+        for (const auto& thread : threads)
+            thread->Join();
+    }
+
+private:
+    Task task;
+    std::vector<std::unique_ptr<Thread>> threads;
+};
+
+/// A queue that does something while a thread waits at it, and then says how the wait ended.
 struct BrokenQueue : Platform::Semaphore {
-    explicit BrokenQueue(Task meanwhile_, Outcome outcome_ = Outcome::acquired, bool isReleasable_ = false)
+    BrokenQueue(Task meanwhile_, Outcome outcome_, bool isReleasable_ = false)
         : meanwhile(std::move(meanwhile_)), outcome(outcome_), isReleasable(isReleasable_)
     {
     }
-    Outcome Acquire(std::optional<std::int64_t>) override
-    {
-        meanwhile();
-        return outcome;
-    }
+    Outcome Acquire(std::optional<std::int64_t>) override { return meanwhile(), outcome; }
     bool Release() override { return isReleasable; }
 
     Task meanwhile;
@@ -67,35 +79,21 @@ struct BrokenQueue : Platform::Semaphore {
     bool isReleasable;
 };
 
-/// An event that counts how often it is set.
+/// An event that counts how often it is set, and is out of order on demand.
 struct CountedEvent : Platform::Event {
-    explicit CountedEvent(std::atomic<int>& sets_) : sets(sets_) { }
+    explicit CountedEvent(std::atomic<int>& sets_, bool works_ = true) : sets(sets_), works(works_) { }
     void Set() override
     {
         ++sets;
         event->Set();
     }
-    bool Wait(std::optional<std::int64_t> limitMs) override { return event->Wait(limitMs); }
+    bool Wait(std::optional<std::int64_t> limitMs) override { return works && event->Wait(limitMs); }
 
     std::atomic<int>& sets;
+    bool works;
     const std::unique_ptr<Platform::Event> event = Platform::Event::Make();
 };
 
-struct BrokenEvent : Platform::Event {
-    void Set() override { }
-    bool Wait(std::optional<std::int64_t>) override { return false; }
-};
-
-}
-
-TEST(Thread, EndsSilentlyWhenItsFunctionThrows)
-{
-    bool ran = false;
-    Elsewhere([&] {
-        ran = true;
-        throw 42;
-    });
-    EXPECT_TRUE(ran);
 }
 
 TEST(Thread, JoinsWithinALimitAndNeverItself)
@@ -108,6 +106,7 @@ TEST(Thread, JoinsWithinALimitAndNeverItself)
         const ScopedLock lock(gate);
         knowsItself = self->IsCurrentThread() && !self->JoinWithin(-1);
         self->Join();
+        throw 42; // ends silently
     };
     Thread thread(RunTask, &task);
     self = &thread;
@@ -122,24 +121,32 @@ TEST(Thread, JoinsWithinALimitAndNeverItself)
 
 TEST(Thread, IsLeftAloneByItsDestructor)
 {
-    struct Block {
-        std::atomic<bool> mayEnd = false;
-        std::atomic<bool> hasEnded = false;
-    };
-    static Block block;
+    static std::atomic<int> step = 0;
     {
         const Thread thread(
             [](void*) {
-                while (!block.mayEnd)
+                while (step != 1)
                     std::this_thread::yield();
-                block.hasEnded = true;
+                step = 2;
             },
             nullptr);
     }
-    EXPECT_FALSE(block.hasEnded);
-    block.mayEnd = true;
-    while (!block.hasEnded)
+    EXPECT_EQ(step, 0);
+    step = 1;
+    while (step != 2)
         std::this_thread::yield();
+}
+
+TEST(Thread, IsARefusedResourceWhenThereIsNone)
+{
+    pthread_attr_t before, huge;
+    ASSERT_EQ(0, ::pthread_getattr_default_np(&before));
+    ASSERT_EQ(0, ::pthread_attr_init(&huge));
+    ASSERT_EQ(0, ::pthread_attr_setstacksize(&huge, std::size_t(1) << 46));
+    ASSERT_EQ(0, ::pthread_setattr_default_np(&huge));
+    const std::string failure = Thrown([] { Elsewhere([] {}); });
+    ::pthread_setattr_default_np(&before);
+    EXPECT_EQ("ResourceException: Can't create thread.", failure);
 }
 
 TEST(Mutex, IsOneLockForAllHoldersOfItsName)
@@ -154,13 +161,31 @@ TEST(Mutex, IsOneLockForAllHoldersOfItsName)
         same.Unlock(); // not the holder: no harm
     });
     mutex.Unlock();
-    Elsewhere([&] { EXPECT_FALSE(same.TryLock(0)); });
-    mutex.Unlock();
-    mutex.Unlock(); // nothing left to give back
-    Elsewhere([&] {
-        EXPECT_TRUE(same.TryLock(0));
+    EXPECT_FALSE(IsFree(same));
+    std::atomic<bool> isWaiting = false;
+    Task wait = [&] {
+        isWaiting = true;
+        EXPECT_TRUE(same.TryLock(-1)) << "without a limit";
         same.Unlock();
-    });
+    };
+    Thread waiting(RunTask, &wait);
+    while (!isWaiting)
+        std::this_thread::yield();
+    EXPECT_FALSE(waiting.JoinWithin(20));
+    mutex.Unlock();
+    waiting.Join();
+    mutex.Unlock(); // nothing left to give back
+    EXPECT_TRUE(IsFree(same));
+}
+
+TEST(Mutex, ReachesOtherProcessesButForTheOneOfQueues)
+{
+    const LockName name;
+    Mutex wide(name.Name());
+    Mutex local(localName);
+    const ScopedLock holdsWide(wide);
+    const ScopedLock holdsLocal(local);
+    EXPECT_TRUE(InChild([&] { return !Mutex(name.Name()).TryLock(0) && Mutex(localName).TryLock(0); }));
 }
 
 TEST(Mutex, GuardsDataOfManyThreads)
@@ -168,19 +193,15 @@ TEST(Mutex, GuardsDataOfManyThreads)
     for (const char* name : {"", localName}) {
         Mutex shared(name);
         int counter = 0;
-        Task task = [&] {
-            Mutex own(localName);
-            Mutex& mutex = *name == '\0' ? shared : own;
-            for (int i = 0; i < 1000; ++i) {
-                const ScopedLock lock(mutex);
-                ++counter;
-            }
-        };
-        std::vector<std::unique_ptr<Thread>> threads;
-        for (int i = 0; i < 4; ++i)
-            threads.push_back(std::make_unique<Thread>(RunTask, &task));
-        for (const auto& thread : threads)
-            thread->Join();
+        {
+            const Crowd crowd(4, [&] {
+                Mutex own(localName);
+                for (int i = 0; i < 1000; ++i) {
+                    const ScopedLock lock(*name == '\0' ? shared : own);
+                    ++counter;
+                }
+            });
+        }
         EXPECT_EQ(4000, counter);
     }
 }
@@ -191,19 +212,10 @@ TEST(Mutex, WithoutANameIsRecursiveAndHasNoTimeLimit)
     Mutex other("");
     mutex.Lock();
     mutex.Lock();
-    Elsewhere([&] {
-        other.Lock(); // its own
-        other.Unlock();
-    });
-    mutex.Unlock();
-    mutex.Unlock();
-    try {
-        mutex.TryLock(0);
-        FAIL();
-    } catch (const std::runtime_error& e) {
-        EXPECT_STREQ("CriticalSection::TryLock: not yet implemented (TryEnterCriitcalSection not exists on  Win9X)",
-                     e.what());
-    }
+    Elsewhere([&] { other.Lock(); }); // its own
+    EXPECT_EQ("RuntimeException: CriticalSection::TryLock: not yet implemented (TryEnterCriitcalSection not exists on  "
+              "Win9X)",
+              Thrown([&] { mutex.TryLock(0); }));
 }
 
 TEST(Semaphore, CountsItsUnits)
@@ -219,7 +231,10 @@ TEST(Semaphore, CountsItsUnits)
     EXPECT_TRUE(semaphore->TryLock(0));
     EXPECT_TRUE(semaphore->TryLock(0));
     EXPECT_FALSE(semaphore->TryLock(0));
-    EXPECT_THROW(Semaphore::NewInstance("", 0), InvalidArgumentException);
+    EXPECT_EQ("InvalidArgumentException: handle is NULL", Thrown([] { Semaphore::NewInstance("", 0); }));
+    Win32Lockable<SynchronizationObject::Impl> broken(std::make_unique<BrokenQueue>([] {}, Outcome::failed), "");
+    EXPECT_EQ("InvalidArgumentException: invalid mutex", Thrown([&] { broken.TryLock(0); }));
+    EXPECT_EQ("InvalidArgumentException: invalid mutex", Thrown([&] { broken.Lock(); }));
 }
 
 TEST(Condition, DoesNotRememberASignalWithoutAWaiter)
@@ -233,14 +248,11 @@ TEST(Condition, DoesNotRememberASignalWithoutAWaiter)
         const ScopedLock lock(mutex);
         isWaiting = true;
         condition.Wait();
-        EXPECT_TRUE(mutex.TryLock(0)); // held again
-        mutex.Unlock();
+        EXPECT_FALSE(IsFree(mutex)) << "held again";
     };
     Thread thread(RunTask, &task);
-    while (!isWaiting)
+    while (!isWaiting || !IsFree(mutex)) // the thread waits then
         std::this_thread::yield();
-    mutex.Lock(); // the thread waits by now
-    mutex.Unlock();
     EXPECT_FALSE(thread.JoinWithin(50));
     condition.Signal();
     thread.Join();
@@ -248,19 +260,11 @@ TEST(Condition, DoesNotRememberASignalWithoutAWaiter)
 
 TEST(Condition, WakesAllWaitersByABroadcastAndOneByASignal)
 {
-    constexpr int count = 3;
     Mutex mutex(localName);
-    Condition condition(mutex);
+    std::atomic<int> sets = 0;
+    ConditionImpl condition(mutex, Platform::Semaphore::Make("", 0, 100), std::make_unique<CountedEvent>(sets));
     int waiting = 0;
     int woken = 0;
-    Task task = [&] {
-        const ScopedLock lock(mutex);
-        for (int round = 0; round < 2; ++round) {
-            ++waiting;
-            condition.Wait();
-            ++woken;
-        }
-    };
     const auto until = [&](const int& value, int wanted) {
         for (;;) {
             const ScopedLock lock(mutex);
@@ -268,57 +272,28 @@ TEST(Condition, WakesAllWaitersByABroadcastAndOneByASignal)
                 return;
         }
     };
-    std::vector<std::unique_ptr<Thread>> threads;
-    for (int i = 0; i < count; ++i)
-        threads.push_back(std::make_unique<Thread>(RunTask, &task));
-    until(waiting, count);
-    {
+    const auto locked = [&](void (ConditionImpl::*operation)()) {
         const ScopedLock lock(mutex);
-        condition.Broadcast();
-    }
-    until(waiting, 2 * count);
-    EXPECT_EQ(count, woken);
-    for (int i = 1; i <= count; ++i) {
-        {
-            const ScopedLock lock(mutex);
-            condition.Signal();
-        }
-        until(woken, count + i);
-    }
-    for (const auto& thread : threads)
-        thread->Join();
-}
-
-TEST(Condition, LetsTheLastWaiterOfABroadcastAloneTellThatAllAreAwake)
-{
-    Mutex mutex(localName);
-    std::atomic<int> sets = 0;
-    ConditionImpl condition(mutex, Platform::Semaphore::Make("", 0, 100), std::make_unique<CountedEvent>(sets));
-    const auto wake = [&](int count, void (ConditionImpl::*operation)()) {
-        int waiting = 0;
-        Task task = [&] {
-            const ScopedLock lock(mutex);
+        (condition.*operation)();
+    };
+    const Crowd crowd(3, [&] {
+        const ScopedLock lock(mutex);
+        for (int round = 0; round < 2; ++round) {
             ++waiting;
             condition.Wait();
-        };
-        std::vector<std::unique_ptr<Thread>> threads;
-        for (int i = 0; i < count; ++i)
-            threads.push_back(std::make_unique<Thread>(RunTask, &task));
-        for (bool allWait = false; !allWait;) {
-            const ScopedLock lock(mutex);
-            allWait = waiting == count;
-            if (allWait)
-                (condition.*operation)();
+            ++woken;
         }
-        for (const auto& thread : threads)
-            thread->Join();
-    };
-    wake(3, &ConditionImpl::Broadcast);
-    EXPECT_EQ(1, sets);
-    wake(1, &ConditionImpl::Signal);
+    });
+    until(waiting, 3);
+    locked(&ConditionImpl::Broadcast);
+    until(waiting, 6);
+    EXPECT_EQ(3, woken);
+    EXPECT_EQ(1, sets) << "the last one alone tells that all are awake";
+    for (int i = 1; i <= 3; ++i) {
+        locked(&ConditionImpl::Signal);
+        until(woken, 3 + i);
+    }
     EXPECT_EQ(1, sets) << "a signal is no broadcast, after one either";
-    wake(2, &ConditionImpl::Broadcast);
-    EXPECT_EQ(2, sets);
 }
 
 TEST(Condition, ForgetsAWaiterThatIsCancelled)
@@ -349,93 +324,62 @@ TEST(Condition, ForgetsAWaiterThatIsCancelled)
     EXPECT_TRUE(semaphore->TryLock(0));
 }
 
-TEST(Condition, PassesItemsBetweenTwoThreads)
+TEST(BlockingQueue, PassesItemsInOrderAndHoldsNoMoreThanItsCapacity)
 {
-    Mutex mutex(localName);
-    Condition notEmpty(mutex);
-    Condition notFull(mutex);
-    bool isFull = false;
-    int sum = 0;
-    Task take = [&] {
+    BlockingQueue<int> queue(1);
+    std::atomic<int> put = 0;
+    const Crowd crowd(1, [&] {
         for (int i = 0; i < 1000; ++i) {
-            const ScopedLock lock(mutex);
-            while (!isFull)
-                notEmpty.Wait();
-            isFull = false;
-            ++sum;
-            notFull.Signal();
+            queue.Put(i);
+            put = i + 1;
         }
-    };
-    Thread thread(RunTask, &take);
+    });
     for (int i = 0; i < 1000; ++i) {
-        const ScopedLock lock(mutex);
-        while (isFull)
-            notFull.Wait();
-        isFull = true;
-        notEmpty.Signal();
+        ASSERT_LE(put, i + 1);
+        ASSERT_EQ(i, queue.Get());
     }
-    thread.Join();
-    EXPECT_EQ(1000, sum);
-}
-
-TEST(Condition, RefusesAMutexThatItCannotWaitFor)
-{
-    constexpr const char* text = "Condition::Wait() invalid Mutex! (must be a real mutex)";
-    Mutex nameless("");
-    EXPECT_EQ(text, Failure([&] { Condition(nameless).Wait(); }));
-    Mutex notHeld(localName);
-    Condition condition(notHeld);
-    EXPECT_EQ(text, Failure([&] { condition.Wait(); }));
-    condition.Broadcast(); // no waiter was left behind, so it returns
 }
 
 TEST(Condition, TellsEachFailureOfThePlatformAndGivesTheMutexBack)
 {
+    constexpr const char* noRealMutex = "ResourceException: Condition::Wait() invalid Mutex! (must be a real mutex)";
+    constexpr const char* noObject = "ResourceException: ConditionImpl::ConditionImpl() can't create!";
+    Mutex nameless("");
     Mutex mutex(localName);
-    const auto isFree = [&] {
-        bool free = false;
-        Elsewhere([&] {
-            free = mutex.TryLock(0);
-            mutex.Unlock();
-        });
-        return free;
-    };
-
-    EXPECT_EQ("ConditionImpl::ConditionImpl() can't create!",
-              Failure([&] { ConditionImpl(mutex, nullptr, Platform::Event::Make()); }));
-    EXPECT_EQ("ConditionImpl::ConditionImpl() can't create!",
-              Failure([&] { ConditionImpl(mutex, Platform::Semaphore::Make("", 0, 1), nullptr); }));
+    EXPECT_EQ(noRealMutex, Thrown([&] { Condition(nameless).Wait(); }));
+    EXPECT_EQ(noRealMutex, Thrown([&] { Condition(mutex).Wait(); })) << "not held";
+    EXPECT_EQ(noObject, Thrown([&] { ConditionImpl(mutex, nullptr, Platform::Event::Make()); }));
+    EXPECT_EQ(noObject, Thrown([&] { ConditionImpl(mutex, Platform::Semaphore::Make("", 0, 1), nullptr); }));
 
     ConditionImpl* condition = nullptr;
+    std::atomic<int> sets = 0;
     const struct {
         const char* text;
         Task meanwhile;
         bool isReleasable;
     } cases[] = {
-        {"Condition::signal() invalid condition!", [&] { condition->Signal(); }, false},
-        {"Condition::broadcast() unable to release semaphore!", [&] { condition->Broadcast(); }, false},
-        {"Condition::broadcast() invalid event!", [&] { condition->Broadcast(); }, true},
+        {"signal() invalid condition!", [&] { condition->Signal(); }, false},
+        {"broadcast() unable to release semaphore!", [&] { condition->Broadcast(); }, false},
+        {"broadcast() invalid event!", [&] { condition->Broadcast(); }, true},
     };
     for (const auto& c : cases) {
         std::string failure;
-        auto queue = std::make_unique<BrokenQueue>(
-            [&] {
-                mutex.Lock();
-                failure = Failure(c.meanwhile);
-                EXPECT_TRUE(isFree());
-            },
-            Platform::Waitable::Outcome::acquired, c.isReleasable);
-        ConditionImpl broken(mutex, std::move(queue), std::make_unique<BrokenEvent>());
+        const auto meanwhile = [&] {
+            mutex.Lock();
+            failure = Thrown(c.meanwhile);
+            EXPECT_TRUE(IsFree(mutex));
+        };
+        ConditionImpl broken(mutex, std::make_unique<BrokenQueue>(meanwhile, Outcome::acquired, c.isReleasable),
+                             std::make_unique<CountedEvent>(sets, false));
         condition = &broken;
         mutex.Lock();
         broken.Wait();
-        EXPECT_EQ(c.text, failure);
+        EXPECT_EQ(std::string("ResourceException: Condition::") + c.text, failure);
         mutex.Unlock();
     }
-
-    ConditionImpl broken(mutex, std::make_unique<BrokenQueue>([] {}, Platform::Waitable::Outcome::failed),
-                         std::make_unique<BrokenEvent>());
+    ConditionImpl broken(mutex, std::make_unique<BrokenQueue>([] {}, Outcome::failed),
+                         std::make_unique<CountedEvent>(sets));
     mutex.Lock();
-    EXPECT_EQ("Condition::Wait() invalid Mutex! (must be a real mutex)", Failure([&] { broken.Wait(); }));
-    EXPECT_TRUE(isFree());
+    EXPECT_EQ(noRealMutex, Thrown([&] { broken.Wait(); }));
+    EXPECT_TRUE(IsFree(mutex));
 }

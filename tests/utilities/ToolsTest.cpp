@@ -66,35 +66,24 @@ struct CountedMore : Counted {
 
 }
 
-TEST(LexicalCast, ReadsAnUnsignedShortAsAStreamDoes)
+TEST(LexicalCast, ReadsAsAStreamDoes)
 {
-    const struct {
-        const char* text;
-        std::optional<std::uint16_t> value;
-    } cases[] = {
-        {"12", 12},  {"12ab", 12},  {" 12", 12},         {"12.9", 12},     {"+12", 12},   {"1e3", 1}, {"0x10", 0},
-        {"010", 10}, {"-1", 65535}, {"-63527", 2009},    {"65535", 65535}, {"65536", {}}, {"", {}},   {"x", {}},
-        {"-", {}},   {" ", {}},     {"99999999999", {}}, {"-65536", {}},   {"\t7", 7},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(c.value, Cast<std::uint16_t>(c.text)) << c.text;
-}
-
-TEST(LexicalCast, ReadsALongAsThirtyTwoBits)
-{
-    EXPECT_EQ(2147483647L, Cast<long>("2147483647"));
-    EXPECT_EQ(-2147483648L, Cast<long>("-2147483648"));
-    EXPECT_EQ(std::nullopt, Cast<long>("2147483648"));
-    EXPECT_EQ(std::nullopt, Cast<long>("-2147483649"));
-}
-
-TEST(LexicalCast, ReadsFloatsAsAStreamDoes)
-{
-    for (const char* text :
-         {"1.5",   "-0",    "+2.5",         " 3",  "1e3",  "1E-3",     "1e",    "1e+",       ".5",
-          "5.",    ".",     "1.2.3",        "inf", "nan",  "infinity", "0x1p3", "1e39",      "-1e39",
-          "1e-50", "1e-45", "3.4028235e38", "1,5", "7 mm", "",         "0.1",   "123456789", "1.17549421e-38"})
-        EXPECT_EQ(Extract<float>(text), Cast<float>(text)) << text;
+    for (const char* text : {"12",    "12ab",      " 12",        "12.9",       "+12",    "1e3",   "0x10",         "010",
+                             "-1",    "-63527",    "65535",      "x",          "65536",  "",      "-65536",       "-",
+                             " ",     "\t7",       "1.5",        "-0",         "1E-3",   "1e",    ".5",           "5.",
+                             "nan",   "infinity",  "inf",        "1e39",       "-1e39",  "1e-50", "3.4028235e38", "-5",
+                             "7 mm",  "1,5",       "1.2.3",      "32768",      "-32769", "1e",    "1e+",          ".",
+                             "0x1p3", "123456789", "2147483648", "-2147483649"}) {
+        SCOPED_TRACE(text);
+        EXPECT_EQ(Extract<std::int16_t>(text), Cast<std::int16_t>(text));
+        EXPECT_EQ(Extract<std::uint16_t>(text), Cast<std::uint16_t>(text));
+        EXPECT_EQ(Extract<std::int32_t>(text), Cast<std::int32_t>(text));
+        EXPECT_EQ(Extract<std::uint32_t>(text), Cast<std::uint32_t>(text));
+        EXPECT_EQ(Extract<float>(text), Cast<float>(text));
+        EXPECT_EQ(Extract<double>(text), Cast<double>(text));
+        EXPECT_EQ(Extract<std::int32_t>(text), Cast<long>(text)) << "of 32 bits";
+        EXPECT_EQ(Extract<std::uint32_t>(text), Cast<unsigned long>(text));
+    }
 }
 
 TEST(LexicalCast, WritesNumbersAsAStreamDoes)
@@ -155,14 +144,16 @@ TEST(SmartPointer, DeletesThePointeeOnceWithItsLastOwner)
             first = third;
         }
         EXPECT_EQ(1, alive);
-        first = SmartPointer<Counted>(new Counted(alive));
-        EXPECT_EQ(1, alive);
         const SmartPointer<CountedMore> derived(new CountedMore(alive));
         first = derived;
         EXPECT_EQ(1, alive);
         SmartPointer<Counted> moved(std::move(first));
         EXPECT_FALSE(first.IsValid());
         EXPECT_EQ(&*derived, &*moved);
+        first = std::move(moved);
+        EXPECT_EQ(&*derived, &*first);
+        EXPECT_THROW(first = 5, std::invalid_argument);
+        EXPECT_TRUE(first.IsValid());
     }
     EXPECT_EQ(0, alive);
 }
@@ -176,18 +167,7 @@ TEST(SmartPointer, RefusesToBeUsedWhileEmpty)
         FAIL();
     } catch (const NullPointerException& e) {
         EXPECT_THAT(e.what(), testing::MatchesRegex("accessed null pointer \\(std::.*string.*\\)"));
-        EXPECT_THAT(e.Trace(),
-                    testing::ElementsAre(testing::StartsWith("SmartPointer<T>::operator->(): Vondrel/Utilities/"
-                                                             "Tools/SmartPointer.h:")));
+        EXPECT_THAT(e.Trace(), testing::ElementsAre(testing::StartsWith("SmartPointer<T>::operator->(): Vondrel/")));
     }
     EXPECT_THROW(*empty, NullPointerException);
-}
-
-TEST(SmartPointer, TakesNoNumberButZero)
-{
-    SmartPointer<int> pointer(new int(3));
-    EXPECT_THROW(pointer = 5, std::invalid_argument);
-    EXPECT_EQ(3, *pointer);
-    pointer = 0;
-    EXPECT_FALSE(pointer.IsValid());
 }

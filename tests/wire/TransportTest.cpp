@@ -2,8 +2,8 @@
 #include "Vondrel/DeviceDriver/ox/USB/RequestBlock.h"
 #include "Vondrel/DeviceDriver/ox/USB/USBBrowser.h"
 #include "platform/NamedLock.h"
-#include "tests/wire/Recorder.h"
-#include "tests/wire/Settled.h"
+#include "tests/support/Recorder.h"
+#include "tests/support/Settled.h"
 #include "tests/wire/WireBench.h"
 
 #include <functional>

@@ -2,8 +2,7 @@
 
 #include "Vondrel/Utilities/Exceptions/ResourceException.h"
 #include "Vondrel/Utilities/Exceptions/TraceGuard.h"
-
-#include <cxxabi.h>
+#include "platform/RunTime.h"
 
 namespace Vondrel::Utilities::Concurrent {
 
@@ -14,9 +13,8 @@ void RunThread(void* argument)
     const std::unique_ptr<ThreadAdapterBase> adapter(static_cast<ThreadAdapterBase*>(argument));
     try {
         adapter->Run();
-    } catch (abi::__forced_unwind&) {
-        throw; // pthread_exit in a handler of the application must come through
     } catch (...) {
+        Platform::PassForcedUnwind();
         // Nobody is left to hear of it.
     }
 }

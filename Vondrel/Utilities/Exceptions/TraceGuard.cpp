@@ -2,16 +2,14 @@
 
 #include "Vondrel/Utilities/Exceptions/ExceptionAdapter.h"
 #include "Vondrel/Utilities/Exceptions/StdExceptionConverter.h"
-
-#include <cxxabi.h>
+#include "platform/RunTime.h"
 
 namespace Vondrel::Utilities::Exceptions {
 
 void TraceAndRethrow(const char* className, const char* methodName, const char* file, int line)
 {
+    Platform::PassForcedUnwind();
     try {
-        throw;
-    } catch (abi::__forced_unwind&) {
         throw;
     } catch (TraceableException& e) {
         try {

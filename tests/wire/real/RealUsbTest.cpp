@@ -5,10 +5,10 @@
 #include "Vondrel/DeviceDriver/ox/LowLevel/BrindleLowLevelDriver.h"
 #include "Vondrel/DeviceDriver/ox/USB/BrindleUSBDevice.h"
 #include "Vondrel/DeviceDriver/ox/USB/USBBrowser.h"
+#include "tests/support/Recorder.h"
+#include "tests/support/Settled.h"
 #include "tests/support/Thrown.h"
-#include "tests/wire/Recorder.h"
 #include "tests/wire/Samples.h"
-#include "tests/wire/Settled.h"
 #include "tests/wire/real/WiredInstrument.h"
 
 #include <gmock/gmock.h>

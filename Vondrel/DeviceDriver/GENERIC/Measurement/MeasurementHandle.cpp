@@ -4,9 +4,9 @@
 #include "Vondrel/Utilities/Exceptions/DeviceDriverException.h"
 #include "Vondrel/Utilities/Exceptions/TraceGuard.h"
 #include "Vondrel/Utilities/Multithreading/Mutex.h"
+#include "platform/RunTime.h"
 
 #include <atomic>
-#include <cxxabi.h>
 
 namespace Vondrel::DeviceDriver::Generic::Measurement {
 
@@ -72,9 +72,8 @@ bool MeasurementHandle::LockHandle()
 {
     try {
         return MakeHandleLock().TryLock(lockLimitMs);
-    } catch (abi::__forced_unwind&) {
-        throw;
     } catch (...) {
+        Platform::PassForcedUnwind();
         return false;
     }
 }

@@ -3,7 +3,7 @@
 #include "Vondrel/Utilities/Exceptions/DeviceDriverException.h"
 #include "Vondrel/Utilities/Exceptions/TraceGuard.h"
 #include "Vondrel/Utilities/Tools/LexicalCast.h"
-#include "platform/Failure.h"
+#include "platform/ErrorText.h"
 
 #include <algorithm>
 

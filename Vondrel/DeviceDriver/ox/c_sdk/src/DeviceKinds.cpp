@@ -5,9 +5,9 @@
 #include "Vondrel/DeviceDriver/ox/c_sdk/src/ox/OrvexSDKProxy.h"
 #include "Vondrel/DeviceDriver/ox/c_sdk/src/zelkova/ZelkovaContextValidator.h"
 #include "Vondrel/DeviceDriver/ox/c_sdk/src/zelkova/ZelkovaSDKProxy.h"
+#include "platform/RunTime.h"
 
 #include <algorithm>
-#include <cxxabi.h>
 #include <iterator>
 
 namespace OrvexSDK {
@@ -40,9 +40,8 @@ bool IsSpectrophotometerAttached()
 {
     try {
         return USBBrowser::Instance()->IsAnyOrvexConnected();
-    } catch (abi::__forced_unwind&) {
-        throw;
     } catch (...) {
+        Platform::PassForcedUnwind();
         return false;
     }
 }

@@ -4,8 +4,8 @@
 #include "Vondrel/DeviceDriver/ox/c_sdk/src/SDKProxy/Vocabulary.h"
 #include "Vondrel/Utilities/Exceptions/TraceGuard.h"
 #include "Vondrel/Utilities/Tools/LexicalCast.h"
+#include "platform/RunTime.h"
 
-#include <cxxabi.h>
 #include <utility>
 
 namespace OrvexSDK {
@@ -93,9 +93,8 @@ bool SDKProxy::CanConnect()
 {
     try {
         return IsConnected();
-    } catch (abi::__forced_unwind&) {
-        throw;
     } catch (...) {
+        Platform::PassForcedUnwind();
         return false;
     }
 }
@@ -136,9 +135,8 @@ void SDKProxy::HandleError(const std::string& function, const SDKError& error)
         handler(function.c_str(), error.Code(), error.what());
     } catch (const OXSDK::Exception&) {
         throw;
-    } catch (abi::__forced_unwind&) {
-        throw;
     } catch (...) {
+        Platform::PassForcedUnwind();
         // An application's failure is no business of the failing call.
     }
 }
@@ -150,9 +148,8 @@ try {
         return;
     try {
         handler(message, text.c_str());
-    } catch (abi::__forced_unwind&) {
-        throw;
     } catch (...) {
+        Platform::PassForcedUnwind();
         // An application's failure must not end the message thread.
     }
 }

@@ -12,8 +12,8 @@
 #include "Vondrel/Utilities/Exceptions/ResourceException.h"
 #include "Vondrel/Utilities/Exceptions/TraceGuard.h"
 #include "Vondrel/Utilities/Tools/LexicalCast.h"
+#include "platform/RunTime.h"
 
-#include <cxxabi.h>
 #include <optional>
 #include <stdexcept>
 
@@ -96,9 +96,8 @@ try {
     std::uint16_t id = 0;
     try {
         id = lexical_cast<std::uint16_t>(key);
-    } catch (abi::__forced_unwind&) {
-        throw;
     } catch (...) {
+        Platform::PassForcedUnwind();
         return "";
     }
     std::optional<ModeScope> scope;

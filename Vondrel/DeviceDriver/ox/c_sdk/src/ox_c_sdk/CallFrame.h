@@ -4,8 +4,7 @@
 #include "Vondrel/DeviceDriver/ox/c_sdk/src/ox_c_sdk/ContextManager.h"
 #include "Vondrel/Utilities/Exceptions/TraceGuard.h"
 #include "orvex/ox.h"
-
-#include <cxxabi.h>
+#include "platform/RunTime.h"
 
 namespace OrvexSDK {
 
@@ -46,9 +45,8 @@ bool Perform(const Call& call, Operation operation)
         } catch (...) {
             Vondrel::Utilities::Exceptions::TraceAndRethrow("", call.name, call.file, call.line);
         }
-    } catch (abi::__forced_unwind&) {
-        throw;
     } catch (...) {
+        Platform::PassForcedUnwind();
         ReportFailure(call.name);
     }
     return false;
@@ -63,9 +61,8 @@ Result Guarded(Result failure, Body body)
         return body();
     } catch (const OXSDK::Exception&) {
         throw;
-    } catch (abi::__forced_unwind&) {
-        throw;
     } catch (...) {
+        Platform::PassForcedUnwind();
         return failure;
     }
 }

@@ -55,27 +55,21 @@ struct ContextManager::Slot {
     }
 };
 
-/// Does what a reset of all does when the process ends: by the destructor of one object, which runs after those of an
-/// application that is linked to the library; for a manager that is made later still, once more.
-struct ContextManager::ProcessEnd {
-    bool hasCome = false;
+namespace {
 
+bool processEnds = false;
+
+/// Does what a reset of all does when the process ends: by the destructor of one object, which runs after those of an
+/// application that is linked to the library. For a manager that is made later still it is done once more.
+struct ProcessEnd {
     ~ProcessEnd()
     {
-        hasCome = true;
-        Reset();
+        processEnds = true;
+        ContextManager::Reset();
     }
+} processEnd;
 
-    static ProcessEnd instance;
-
-    static void Await()
-    {
-        if (instance.hasCome)
-            std::atexit(ContextManager::Reset);
-    }
-};
-
-ContextManager::ProcessEnd ContextManager::ProcessEnd::instance;
+}
 
 ContextManager::ContextManager() : current(DetectDevice()) { }
 
@@ -84,7 +78,8 @@ ContextManager& ContextManager::Instance()
     SmartPointer<ContextManager>& manager = Slot::Current();
     if (!manager.IsValid()) {
         manager = SmartPointer<ContextManager>(new ContextManager);
-        ProcessEnd::Await();
+        if (processEnds)
+            std::atexit(ContextManager::Reset);
     }
     return *manager;
 }

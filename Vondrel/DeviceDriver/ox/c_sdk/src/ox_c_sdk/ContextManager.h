@@ -45,7 +45,6 @@ private:
     std::map<std::int32_t, SmartPointer<Context>> contexts;
 
     struct Slot;
-    struct ProcessEnd;
 
     friend class Vondrel::Utilities::Tools::SmartPointer<ContextManager>;
 };

@@ -6,8 +6,7 @@
 #include "Vondrel/Utilities/Tools/LexicalCast.h"
 #include "orvex/ox.h"
 #include "orvex/zelcal.h"
-
-#include <cxxabi.h>
+#include "platform/RunTime.h"
 
 namespace ZelkovaSDK {
 
@@ -160,9 +159,8 @@ bool IsAnyZelkovaConnected()
     try {
         Zelkova candidate;
         return candidate.IsConnected();
-    } catch (abi::__forced_unwind&) {
-        throw;
     } catch (...) {
+        Platform::PassForcedUnwind();
         return false;
     }
 }
