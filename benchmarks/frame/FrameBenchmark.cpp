@@ -42,8 +42,9 @@ std::int32_t Samples()
 }
 
 /// Asks for one sample after the other; counts allocations once the answers are warm.
+/// @param aim  nanoseconds, 0 for none
 template<typename Ask>
-void AskForSamples(benchmark::State& state, Ask ask)
+void AskForSamples(benchmark::State& state, Ask ask, double aim = 0)
 {
     const std::int32_t count = Samples();
     for (std::int32_t index = 0; index < count || count <= 0; ++index)
@@ -57,6 +58,8 @@ void AskForSamples(benchmark::State& state, Ask ask)
     }
     state.counters["allocations"] =
         benchmark::Counter(static_cast<double>(AllocationCount() - before), benchmark::Counter::kAvgIterations);
+    if (aim > 0)
+        state.counters["aim_ns"] = aim;
 }
 
 void GetOption(benchmark::State& state, const char* key)
@@ -102,15 +105,43 @@ void GetDensity(benchmark::State& state, const char* filter)
     });
 }
 
-void GetDensities(benchmark::State& state)
+void GetDensities(benchmark::State& state, const char* white)
 {
-    AskForSamples(state, [](std::int32_t index) {
-        std::array<float, 4> densities;
-        std::int32_t filter = 0;
-        const OX_Result result = OX_GetDensities(densities.data(), &filter, index);
-        benchmark::DoNotOptimize(densities);
-        return result;
-    });
+    const std::array<float, 36> paper = [] {
+        std::array<float, 36> values;
+        values.fill(0.85F);
+        return values;
+    }();
+    if (Samples() <= 0 || Failed(state, OX_SetSubstrate(paper.data()))
+        || Failed(state, OX_SetOption("Colorimetric.WhiteBase", white)))
+        return;
+    AskForSamples(
+        state,
+        [](std::int32_t index) {
+            std::array<float, 4> densities;
+            std::int32_t filter = 0;
+            const OX_Result result = OX_GetDensities(densities.data(), &filter, index);
+            benchmark::DoNotOptimize(densities);
+            return result;
+        },
+        600);
+    OX_SetOption("Colorimetric.WhiteBase", "Absolute");
+}
+
+/// Another illuminant for each colour.
+void ChangeIlluminant(benchmark::State& state)
+{
+    AskForSamples(
+        state,
+        [daylight = false](std::int32_t index) mutable {
+            daylight = !daylight;
+            OX_SetOption("Colorimetric.Illumination", daylight ? "D65" : "D50");
+            std::array<float, 3> color;
+            const OX_Result result = OX_GetTriStimulus(color.data(), index);
+            benchmark::DoNotOptimize(color);
+            return result;
+        },
+        4000);
 }
 
 BENCHMARK_CAPTURE(GetOption, version, "Version");
@@ -122,6 +153,8 @@ BENCHMARK_CAPTURE(GetTriStimulus, LCh, "CIELCh", "A");
 BENCHMARK_CAPTURE(GetTriStimulus, RGB, "RGB", "D65");
 BENCHMARK_CAPTURE(GetDensity, cyan, "Cyan");
 BENCHMARK_CAPTURE(GetDensity, automatic, "Auto");
-BENCHMARK(GetDensities);
+BENCHMARK_CAPTURE(GetDensities, Absolute, "Absolute");
+BENCHMARK_CAPTURE(GetDensities, Paper, "Paper");
+BENCHMARK(ChangeIlluminant);
 
 }

@@ -122,7 +122,7 @@ void FindPatches(benchmark::State& state)
     state.counters["allocations"] =
         benchmark::Counter(static_cast<double>(AllocationCount() - before) / static_cast<double>(state.iterations()));
     state.counters["readings"] = static_cast<double>(scene.Count());
-    state.counters["aim_ms"] = static_cast<double>(state.range(2));
+    state.counters["aim_ns"] = 1e6 * static_cast<double>(state.range(2));
 }
 // 64 times the readings take at most 128 times the time.
 BENCHMARK(FindPatches)
