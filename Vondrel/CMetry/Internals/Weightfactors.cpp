@@ -51,18 +51,38 @@ void InterpolateInterval(const Lagrange<nodes, step>& coeff, const float* node, 
     }
 }
 
+/// Two numbers side by side: every processor's compiler knows them, and each lane has the bits of Accumulate.
+using TwoFloats [[gnu::vector_size(8)]] = float;
+using TwoDoubles [[gnu::vector_size(16)]] = double;
+
+/// The shares in pairs, as wide as they are multiplied.
+template<std::size_t nodes, int step, int offset>
+constexpr auto lagrangePairs = [] {
+    constexpr std::size_t pairs = (nodes + 1) / 2;
+    std::array<std::array<TwoDoubles, pairs>, step> result{};
+    for (std::size_t i = 0; i < step; ++i)
+        for (std::size_t pair = 0; pair < pairs; ++pair) {
+            const auto& shares = lagrange<nodes, step, offset>[i];
+            const std::size_t k = 2 * pair;
+            result[i][pair] = TwoDoubles{shares[k], k + 1 < nodes ? shares[k + 1] : 0.0F};
+        }
+    return result;
+}();
+
 /// The reverse: adds the products of one interval to the weights of the nodes that interpolate it.
-template<std::size_t nodes, std::size_t step>
-void CollapseInterval(const Lagrange<nodes, step>& coeff, const float* products, double* node)
+template<std::size_t nodes, int step, int offset>
+void CollapseInterval(const float* products, double* node)
 {
-    std::array<float, nodes> sums{};
-    for (const auto& shares : coeff) {
-        for (std::size_t k = 0; k < nodes; ++k)
-            sums[k] = Accumulate(sums[k], shares[k], *products);
+    TwoFloats sums[(nodes + 1) / 2] = {};
+    for (const auto& shares : lagrangePairs<nodes, step, offset>) {
+        const TwoDoubles product = {*products, *products};
         ++products;
+        for (std::size_t pair = 0; pair < shares.size(); ++pair)
+            sums[pair] = __builtin_convertvector(
+                shares[pair] * product + __builtin_convertvector(sums[pair], TwoDoubles), TwoFloats);
     }
     for (std::size_t k = 0; k < nodes; ++k)
-        node[k] += sums[k];
+        node[k] += sums[k / 2][k % 2];
 }
 
 constexpr int calcRange = Weightfactors::maxCalcWavelength - Weightfactors::minCalcWavelength;
@@ -209,10 +229,13 @@ void Weightfactors::CalculateWeightfactors(const Curve& product, std::size_t axi
     constexpr int step = SpectrumGrid::StepSize;
     constexpr std::size_t intervals = calcRange / step;
     std::array<double, intervals + 1> nodes{};
-    CollapseInterval(lagrange<3, step, 0>, product.data(), nodes.data());
-    for (std::size_t interval = 1; interval < intervals - 1; ++interval)
-        CollapseInterval(lagrange<4, step, step>, &product[interval * step], &nodes[interval - 1]);
-    CollapseInterval(lagrange<3, step, step>, &product[(intervals - 1) * step], &nodes[intervals - 2]);
+    CollapseInterval<3, step, 0>(product.data(), nodes.data());
+    // The last colour matching function ends early, and products of 0 change nothing.
+    const auto end = std::find_if(product.rbegin(), product.rend(), [](float value) { return value != 0.0F; }).base();
+    const auto last = static_cast<std::size_t>(end - product.begin());
+    for (std::size_t interval = 1; interval < intervals - 1 && interval * step < last; ++interval)
+        CollapseInterval<4, step, step>(&product[interval * step], &nodes[interval - 1]);
+    CollapseInterval<3, step, step>(&product[(intervals - 1) * step], &nodes[intervals - 2]);
     nodes[intervals] += product[intervals * step];
 
     // What lies beyond the instrument's range falls on its first and last point.
