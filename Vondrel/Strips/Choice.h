@@ -16,6 +16,29 @@ struct Choice {
     float cost = std::numeric_limits<float>::infinity(); ///< the lower, the more likely
     float colour = 0;                                    ///< the part of it that the reference causes
     bool reversed = false;
+
+    void Clear(bool isReversed = false)
+    {
+        flats.clear();
+        cost = std::numeric_limits<float>::infinity();
+        colour = 0;
+        reversed = isReversed;
+    }
+};
+
+/// Room that the choice works in, kept from one time to the next. More flats than foreseen make it grow.
+struct ChoiceTables {
+    ChoiceTables(std::size_t maxFlats, std::size_t patches);
+
+    static constexpr std::size_t widest = 12; // flats from one patch to the next, at most
+    Rows lights, gapViews;                    // of each flat
+    std::vector<float> lengths, weight, before, behind, take, cost, next;
+    std::vector<bool> isGap;
+    Rows views; // of each flat and those around it
+    std::vector<float> blend, inside, steps;
+    std::vector<std::uint8_t> from; // of each patch and flat; grows with the flats that there are
+    std::vector<float> off;         // of each patch
+    Choice trial, best;
 };
 
 /// Which flats are the patches.
@@ -26,7 +49,8 @@ struct Choice {
 /// colours lie apart, after the shift that most patches share, and one long flat may be several equal patches.
 /// @param reference  empty, or one colour for each patch
 /// @param labs       the colours of the flats, where there is a reference
-Choice ChooseFlats(const std::vector<Flat>& flats, const Noise& noise, std::size_t patches,
-                   const std::vector<Lab>& reference, const std::vector<Lab>& labs);
+/// @return           tables.best
+const Choice& ChooseFlats(const std::vector<Flat>& flats, const Noise& noise, std::size_t patches,
+                          const std::vector<Lab>& reference, const std::vector<Lab>& labs, ChoiceTables& tables);
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace Vondrel::Strips {
 
@@ -11,15 +12,17 @@ constexpr float leaning = 2; // deviations towards the neighbour's colour that e
 
 class Finder {
 public:
-    Finder(const Rows& r, const std::vector<Flat>& f, const Noise& n, const std::vector<std::size_t>& c)
-        : readings(r), flats(f), noise(n), chosen(c)
+    Finder(const Rows& r, const std::vector<Even>& e, const std::vector<Flat>& f, const Noise& n,
+           const std::vector<std::size_t>& c)
+        : readings(r), even(e), flats(f), noise(n), chosen(c)
     {
-        even = noise.ToEven(readings);
+        values.reserve(readings.size());
     }
 
     std::vector<Extent> Find()
     {
         std::vector<Span> spans;
+        spans.reserve(chosen.size());
         for (const std::size_t flat : chosen)
             spans.push_back(Bounds(flat));
         Separate(spans);
@@ -27,6 +30,7 @@ public:
         Part(spans, edge);
         Share(spans, edge);
         std::vector<Extent> extents;
+        extents.reserve(chosen.size());
         for (std::size_t i = 0; i < chosen.size(); ++i)
             extents.push_back(Clean(chosen[i], spans[i]));
         return extents;
@@ -34,10 +38,10 @@ public:
 
 private:
     /// Median of the flat's readings, channel by channel.
-    Even Middle(const Span& span) const
+    Even Middle(const Span& span)
     {
         Row middle;
-        std::vector<float> values(span.Length());
+        values.resize(span.Length());
         for (std::size_t c = 0; c < channels; ++c) {
             for (std::size_t i = 0; i < values.size(); ++i)
                 values[i] = readings[span.first + i][c];
@@ -73,7 +77,7 @@ private:
         return last;
     }
 
-    Span Bounds(std::size_t flat) const
+    Span Bounds(std::size_t flat)
     {
         const Span& span = flats[flat].span;
         const Even middle = Middle(span);
@@ -106,7 +110,9 @@ private:
     /// The usual number of readings over an edge.
     std::size_t Edge(const std::vector<Span>& spans) const
     {
-        std::vector<std::size_t> edges{0};
+        std::vector<std::size_t> edges;
+        edges.reserve(spans.size());
+        edges.push_back(0);
         for (std::size_t i = 1; i < spans.size(); ++i)
             if (chosen[i] == chosen[i - 1] + 1)
                 edges.push_back(spans[i].first - spans[i - 1].last - 1);
@@ -146,31 +152,31 @@ private:
         }
     }
 
-    Extent Clean(std::size_t flat, const Span& span) const
+    Extent Clean(std::size_t flat, const Span& span)
     {
-        const Even middle = Middle(flats[flat].span);
-        Extent extent{span, {}};
+        Extent extent{span, Middle(flats[flat].span)};
+        std::size_t spoiled = 0;
         for (std::size_t i = span.first; i <= span.last; ++i)
-            if (middle.SquaredDistance(even[i].at) > Flat::spoiled)
-                extent.spoiled.push_back(i);
-        if (extent.spoiled.size() == span.Length())
-            extent.spoiled.clear();
+            spoiled += extent.Spoiled(even[i]);
+        if (spoiled == span.Length())
+            extent.furthest = std::numeric_limits<float>::infinity();
         return extent;
     }
 
     const Rows& readings;
+    const std::vector<Even>& even;
     const std::vector<Flat>& flats;
     const Noise& noise;
     const std::vector<std::size_t>& chosen;
-    std::vector<Even> even;
+    std::vector<float> values; // of one channel
 };
 
 }
 
-std::vector<Extent> FindExtents(const Rows& readings, const std::vector<Flat>& flats, const Noise& noise,
-                                const std::vector<std::size_t>& chosen)
+std::vector<Extent> FindExtents(const Rows& readings, const std::vector<Even>& even, const std::vector<Flat>& flats,
+                                const Noise& noise, const std::vector<std::size_t>& chosen)
 {
-    return Finder(readings, flats, noise, chosen).Find();
+    return Finder(readings, even, flats, noise, chosen).Find();
 }
 
 } // namespace

@@ -7,7 +7,10 @@ namespace Vondrel::Strips {
 /// The readings of a patch.
 struct Extent {
     Span span;
-    std::vector<std::size_t> spoiled; ///< readings inside that do not belong to it
+    Even middle;                    ///< their colour
+    float furthest = Flat::spoiled; ///< squared distance from it of readings that belong
+
+    bool Spoiled(const Even& reading) const { return middle.SquaredDistance(reading.at) > furthest; }
 };
 
 /// Where flats begin and end, to the reading.
@@ -16,9 +19,10 @@ struct Extent {
 /// noise, says more than its whole distance. Between colours that noise hides an edge takes as many readings as between
 /// others.
 /// @param readings  the scan, reading by reading
+/// @param even      the same on the even scale
 /// @param flats     all flats of the scan, spans and colours on its scale
 /// @param chosen    those that are asked for, ascending
-std::vector<Extent> FindExtents(const Rows& readings, const std::vector<Flat>& flats, const Noise& noise,
-                                const std::vector<std::size_t>& chosen);
+std::vector<Extent> FindExtents(const Rows& readings, const std::vector<Even>& even, const std::vector<Flat>& flats,
+                                const Noise& noise, const std::vector<std::size_t>& chosen);
 
 } // namespace

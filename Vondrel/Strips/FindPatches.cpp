@@ -14,52 +14,74 @@ constexpr std::size_t readingsPerPatch = 24; // that a scan is pooled to
 
 class Finder {
 public:
-    explicit Finder(const Strip& s) : strip(s)
+    explicit Finder(const Strip& s)
+        : strip(s),
+          pool(std::max<std::size_t>(1, s.count / s.patches / readingsPerPatch)),
+          noiseTables(s.count),
+          choiceTables(MaxFlats(), s.patches)
     {
+        linear.reserve(strip.count);
+        even.reserve(strip.count);
+        best.reserve(strip.count + 1);
+        flats.reserve(MaxFlats());
+        chosen.reserve(MaxFlats());
+        spans.reserve(MaxFlats());
+        choice.flats.reserve(strip.patches);
+        reference.reserve(strip.reference ? strip.patches : 0);
+        spectra.reserve(strip.reference ? MaxFlats() * bands : 0);
+        labs.reserve(strip.reference ? MaxFlats() : 0);
         for (std::size_t i = 0; strip.reference && i < strip.patches; ++i)
             reference.push_back({strip.reference[3 * i], strip.reference[3 * i + 1], strip.reference[3 * i + 2]});
     }
 
     std::optional<Found> Find()
     {
-        if (strip.patches == 0 || strip.count < std::max<std::size_t>(strip.patches, 3))
-            return std::nullopt;
         white = White();
         if (white <= 0)
             return std::nullopt;
-        pool = std::max<std::size_t>(1, strip.count / strip.patches / readingsPerPatch);
-        for (Choice choice = Divide();; choice = Divide()) {
-            if (pool == 1 || Pitch(choice) >= readingsPerPatch / 2) {
-                if (choice.flats.empty())
-                    return std::nullopt;
-                return Read(choice);
-            }
-            pool /= 2; // a strip that is short against its backing
+        for (;; pool /= 2) { // halved for a strip that is short against its backing
+            Divide();
+            if (pool > 1 && Pitch() < readingsPerPatch / 2)
+                continue;
+            if (choice.flats.empty())
+                return std::nullopt;
+            return Read();
         }
     }
 
 private:
-    /// The best choice from the pooled scan.
-    Choice Divide()
+    /// In the scan as it is pooled first: each has two readings or more. Finer pooling hardly finds more of them.
+    std::size_t MaxFlats() const { return strip.count / pool / 2; }
+
+    /// Takes the best choice from the pooled scan.
+    void Divide()
     {
-        linear = Pooled(pool);
+        Pool(pool);
         TakeNoise();
-        Choice best;
+        choice.Clear();
         for (const float price : {60.0F, 30.0F, 18.0F}) {
-            flats = WithoutRamps(JoinFlats(FindFlats(even, linear, price), 2));
-            const Choice choice = ChooseFlats(flats, noise, strip.patches, reference, Labs());
-            if (choice.cost < best.cost) {
-                best = choice;
+            FindJoined(price);
+            DropRamps(flats);
+            TakeLabs();
+            const Choice& found = ChooseFlats(flats, noise, strip.patches, reference, labs, choiceTables);
+            if (found.cost < choice.cost) {
+                choice = found;
                 chosen = flats;
             }
-            if (best.cost - best.colour < 0.5F)
+            if (choice.cost - choice.colour < 0.5F)
                 break;
         }
-        return best;
+    }
+
+    /// Takes the flats, each colour in one.
+    void FindJoined(float price)
+    {
+        FindFlats(even, linear, price, best, flats);
+        JoinFlats(flats, 2);
     }
 
     /// Pooled readings from one patch to the next.
-    std::size_t Pitch(const Choice& choice) const
+    std::size_t Pitch() const
     {
         if (choice.flats.empty())
             return 0;
@@ -77,112 +99,132 @@ private:
         return static_cast<double>(*place);
     }
 
-    /// The scan in means of so many readings.
-    Rows Pooled(std::size_t size) const
+    /// Takes the scan in means of so many readings.
+    void Pool(std::size_t size)
     {
         constexpr std::size_t width = bands / channels;
         constexpr double furthest = 100; // of white
         const double share = 1 / (white * static_cast<double>(size * width));
-        Rows rows(strip.count / size);
-        for (std::size_t i = 0; i < rows.size(); ++i)
+        linear.resize(strip.count / size);
+        for (std::size_t i = 0; i < linear.size(); ++i)
             for (std::size_t c = 0; c < channels; ++c) {
                 double sum = 0;
                 for (std::size_t reading = i * size; reading < (i + 1) * size; ++reading)
                     for (std::size_t band = c * width; band < (c + 1) * width; ++band)
                         sum += static_cast<double>(strip.readings[bands * reading + band]);
-                rows[i][c] = static_cast<float>(std::clamp(sum * share, -furthest, furthest));
+                linear[i][c] = static_cast<float>(std::clamp(sum * share, -furthest, furthest));
             }
-        return rows;
     }
 
     /// The noise that neighbours show, then twice that within the flats found with it.
     void TakeNoise()
     {
-        noise = Noise::OfNeighbours(linear);
-        for (int round = 0; round < 3; ++round) {
-            even = noise.ToEven(linear);
-            std::vector<Span> spans;
-            for (const Flat& flat : JoinFlats(FindFlats(even, linear, 40), 2))
-                if (flat.span.Length() >= 3)
-                    spans.push_back(flat.span);
-            if (spans.empty() || round == 2)
+        noise = Noise::OfNeighbours(linear, noiseTables);
+        noise.ToEven(linear, even);
+        for (int round = 0; round < 2; ++round) {
+            FindJoined(40);
+            TakeSpans(flats);
+            if (spans.empty())
                 break;
-            noise = Noise::OfStretches(linear, spans);
+            noise = Noise::OfStretches(linear, spans, noiseTables);
+            noise.ToEven(linear, even);
         }
     }
 
-    /// Mean of the readings that are not left out.
-    std::array<float, bands> Mean(const Span& span, const std::vector<std::size_t>& without) const
+    /// The stretches that noise is taken from.
+    void TakeSpans(const std::vector<Flat>& from)
+    {
+        spans.clear();
+        for (const Flat& flat : from)
+            if (flat.span.Length() >= 3)
+                spans.push_back(flat.span);
+    }
+
+    /// Mean of the readings that are not spoiled.
+    template<class Spoiled>
+    std::array<float, bands> Mean(const Span& span, const Spoiled& spoiled) const
     {
         std::array<double, bands> sum{};
-        for (std::size_t i = span.first; i <= span.last; ++i)
-            for (std::size_t band = 0; band < bands && !std::binary_search(without.begin(), without.end(), i); ++band)
+        std::size_t count = 0;
+        for (std::size_t i = span.first; i <= span.last; ++i) {
+            if (spoiled(i))
+                continue;
+            ++count;
+            for (std::size_t band = 0; band < bands; ++band)
                 sum[band] += static_cast<double>(strip.readings[bands * i + band]);
+        }
         std::array<float, bands> mean;
         for (std::size_t band = 0; band < bands; ++band)
-            mean[band] = static_cast<float>(sum[band] / static_cast<double>(span.Length() - without.size()));
+            mean[band] = static_cast<float>(sum[band] / static_cast<double>(count));
         return mean;
     }
 
-    std::vector<Lab> Labs() const
+    /// Takes the colours of the flats, where there is a reference.
+    void TakeLabs()
     {
         if (reference.empty() || flats.empty())
-            return {};
-        std::vector<float> spectra;
+            return;
+        spectra.clear();
         for (const Flat& flat : flats) {
-            std::vector<std::size_t> without;
-            for (std::size_t i = flat.span.first; i <= flat.span.last; ++i)
-                for (std::size_t reading = i * pool; flat.Spoiled(even[i]) && reading < (i + 1) * pool; ++reading)
-                    without.push_back(reading);
-            const auto mean = Mean(Readings(flat.span), without);
+            const auto mean =
+                Mean(Readings(flat.span), [&](std::size_t reading) { return flat.Spoiled(even[reading / pool]); });
             spectra.insert(spectra.end(), mean.begin(), mean.end());
         }
-        std::vector<Lab> labs(flats.size());
+        labs.resize(flats.size());
         strip.toLab(spectra.data(), flats.size(), labs[0].data());
         for (Lab& lab : labs)
             for (float& value : lab)
                 value = std::isfinite(value) ? value : 1e6F; // like nothing
-        return labs;
     }
 
     /// From pooled readings to readings.
     Span Readings(const Span& span) const { return {span.first * pool, span.last * pool + pool - 1}; }
 
-    Found Read(const Choice& choice)
+    Found Read()
     {
-        std::vector<Span> spans;
-        for (Flat& flat : chosen) {
-            flat.span = Readings(flat.span);
-            if (flat.span.Length() >= 3)
-                spans.push_back(flat.span);
-        }
         if (pool > 1) {
-            linear = Pooled(1);
-            noise = Noise::OfStretches(linear, spans);
+            for (Flat& flat : chosen)
+                flat.span = Readings(flat.span);
+            TakeSpans(chosen);
+            Pool(1);
+            noise = Noise::OfStretches(linear, spans, noiseTables);
+            noise.ToEven(linear, even);
         }
         Found found;
+        found.patches.reserve(strip.patches);
         found.reversed = choice.reversed;
-        for (const Extent& extent : FindExtents(linear, chosen, noise, choice.flats))
-            found.patches.push_back({extent.span.first, extent.span.last, Mean(extent.span, extent.spoiled)});
+        for (const Extent& extent : FindExtents(linear, even, chosen, noise, choice.flats)) {
+            const auto mean = Mean(extent.span, [&](std::size_t reading) { return extent.Spoiled(even[reading]); });
+            found.patches.push_back({extent.span.first, extent.span.last, mean});
+        }
         if (choice.reversed)
             std::reverse(found.patches.begin(), found.patches.end());
         return found;
     }
 
     const Strip& strip;
+    std::size_t pool; // readings that make one
     std::vector<Lab> reference;
     double white = 1;
-    std::size_t pool = 1;
     Rows linear;
     std::vector<Even> even;
     Noise noise;
+    std::vector<FlatStep> best;
     std::vector<Flat> flats, chosen;
+    std::vector<Span> spans;
+    std::vector<float> spectra;
+    std::vector<Lab> labs;
+    Choice choice;
+    NoiseTables noiseTables;
+    ChoiceTables choiceTables;
 };
 
 }
 
 std::optional<Found> FindPatches(const Strip& strip)
 {
+    if (strip.patches == 0 || strip.count < std::max<std::size_t>(strip.patches, 3))
+        return std::nullopt;
     return Finder(strip).Find();
 }
 

@@ -42,7 +42,7 @@ struct Found {
 ///   colours lie apart, forwards and backwards. Steps two and three are tried with less and less evidence for a flat
 ///   until a choice leaves nothing unexplained.
 /// - FindExtents: where the chosen flats begin and end, reading by reading.
-/// Time and memory grow with the readings and with patches times flats.
+/// Time and memory grow with the readings and with patches times flats. The tables are made once, for all attempts.
 /// @return nothing if there are not so many places where the colour stays
 std::optional<Found> FindPatches(const Strip& strip);
 

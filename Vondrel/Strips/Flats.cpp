@@ -55,14 +55,11 @@ Flat MakeFlat(const std::vector<Even>& even, const Rows& linear, std::size_t fir
 
 }
 
-std::vector<Flat> FindFlats(const std::vector<Even>& even, const Rows& linear, float price)
+void FindFlats(const std::vector<Even>& even, const Rows& linear, float price, std::vector<FlatStep>& best,
+               std::vector<Flat>& flats)
 {
-    constexpr std::size_t none = static_cast<std::size_t>(-1);
-    struct Step {
-        float gain = 0;
-        std::size_t first = static_cast<std::size_t>(-1); // of the flat that ends before here
-    };
-    std::vector<Step> best(even.size() + 1); // for so many readings from the start
+    constexpr std::size_t none = FlatStep::none;
+    best.assign(even.size() + 1, {}); // for so many readings from the start
     for (std::size_t first = 0; first < even.size(); ++first) {
         if (first > 0 && best[first - 1].gain > best[first].gain)
             best[first] = {best[first - 1].gain, none};
@@ -86,7 +83,7 @@ std::vector<Flat> FindFlats(const std::vector<Even>& even, const Rows& linear, f
                 best[i + 1] = {gain, first};
         }
     }
-    std::vector<Flat> flats;
+    flats.clear();
     if (!even.empty() && best[even.size() - 1].gain > best[even.size()].gain)
         best[even.size()] = {best[even.size() - 1].gain, none};
     for (std::size_t end = even.size(); end > 0;) {
@@ -98,18 +95,17 @@ std::vector<Flat> FindFlats(const std::vector<Even>& even, const Rows& linear, f
         end = best[end].first;
     }
     std::reverse(flats.begin(), flats.end());
-    return flats;
 }
 
-std::vector<Flat> JoinFlats(const std::vector<Flat>& flats, std::size_t furthest)
+void JoinFlats(std::vector<Flat>& flats, std::size_t furthest)
 {
-    std::vector<Flat> joined;
+    std::size_t joined = 0;
     for (const Flat& flat : flats) {
-        Flat* before = joined.empty() ? nullptr : &joined.back();
+        Flat* before = joined == 0 ? nullptr : &flats[joined - 1];
         const float both = before ? before->count + flat.count : 1;
         if (!before || flat.span.first - before->span.last > furthest + 1
             || before->even.SquaredDistance(flat.even.at) * std::min(before->count * flat.count / both, 20.0F) > 40) {
-            joined.push_back(flat);
+            flats[joined++] = flat;
             continue;
         }
         before->drift = Minus(flat.even.at, before->even.at);
@@ -120,12 +116,12 @@ std::vector<Flat> JoinFlats(const std::vector<Flat>& flats, std::size_t furthest
         before->count = both;
         before->span.last = flat.span.last;
     }
-    return joined;
+    flats.resize(joined);
 }
 
-std::vector<Flat> WithoutRamps(const std::vector<Flat>& flats)
+void DropRamps(std::vector<Flat>& flats)
 {
-    std::vector<Flat> steady;
+    std::size_t steady = 0; // flats that stay; the one before is still in its place
     for (std::size_t i = 0; i < flats.size(); ++i) {
         const Flat& flat = flats[i];
         const Flat& before = flats[i > 0 ? i - 1 : i];
@@ -136,9 +132,9 @@ std::vector<Flat> WithoutRamps(const std::vector<Flat>& flats)
         const bool between =
             flat.even.SquaredDistance(before.even.at) <= length && flat.even.SquaredDistance(behind.even.at) <= length;
         if (!between || drift * drift * flat.count < 16 * length || drift < 0.15F * length)
-            steady.push_back(flat);
+            flats[steady++] = flat;
     }
-    return steady;
+    flats.resize(steady);
 }
 
 } // namespace

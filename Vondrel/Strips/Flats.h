@@ -17,15 +17,25 @@ struct Flat {
     static constexpr float spoiled = 60; // a squared deviation beyond it is no noise
 };
 
+/// A place in the scan up to which the best set of flats is known.
+struct FlatStep {
+    static constexpr std::size_t none = static_cast<std::size_t>(-1);
+    float gain = 0;
+    std::size_t first = none; ///< of the flat that ends before here
+};
+
 /// The best set of flats: each reading in one earns a constant and pays its squared deviation from the flat's mean,
 /// each flat pays a price, and a reading in no flat earns nothing, so that edges stay out.
 /// @param price  of a flat; the lower, the more flats
-std::vector<Flat> FindFlats(const std::vector<Even>& even, const Rows& linear, float price);
+/// @param best   room to work in
+/// @param flats  receives them, each of two readings or more
+void FindFlats(const std::vector<Even>& even, const Rows& linear, float price, std::vector<FlatStep>& best,
+               std::vector<Flat>& flats);
 
 /// Flats next to one another that one mean explains become one.
-std::vector<Flat> JoinFlats(const std::vector<Flat>& flats, std::size_t furthest);
+void JoinFlats(std::vector<Flat>& flats, std::size_t furthest);
 
 /// Leaves out what changes inside as it does around: pieces of a steady ramp.
-std::vector<Flat> WithoutRamps(const std::vector<Flat>& flats);
+void DropRamps(std::vector<Flat>& flats);
 
 } // namespace

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <utility>
 
 namespace Vondrel::Strips {
 
@@ -12,7 +11,6 @@ namespace {
 constexpr double smallest = 0.0007;       // noise that is always reckoned with, of each channel ...
 constexpr float smallestFlicker = 0.003F; // ... and of all together
 constexpr float darkest = 0.02F;          // of white; flicker is not looked for in what is darker
-constexpr std::size_t levels = 8;         // in which noise is looked at apart
 
 /// asinh, quicker.
 float Bent(float x)
@@ -29,25 +27,33 @@ float Quantile(std::vector<float>& values, double share)
 
 }
 
-Noise Noise::OfNeighbours(const Rows& readings)
+NoiseTables::NoiseTables(std::size_t readings)
 {
-    std::vector<Deviation> deviations;
-    deviations.reserve(readings.size());
+    deviations.reserve(readings);
+    steps.reserve(readings);
+    sizes.reserve(readings);
+    sorted.reserve(readings);
+    for (auto& bin : bins)
+        bin.reserve(readings * channels / 2);
+}
+
+Noise Noise::OfNeighbours(const Rows& readings, NoiseTables& tables)
+{
+    tables.deviations.clear();
     for (std::size_t i = 1; i + 1 < readings.size(); ++i) {
         Deviation d;
         for (std::size_t c = 0; c < channels; ++c) {
             d.level[c] = (readings[i - 1][c] + readings[i][c] + readings[i + 1][c]) / 3;
             d.step[c] = (readings[i][c] - (readings[i - 1][c] + readings[i + 1][c]) / 2) * 0.8165F; // sqrt(2/3)
         }
-        deviations.push_back(d);
+        tables.deviations.push_back(d);
     }
-    return {std::move(deviations), 0.3};
+    return {tables, 0.3};
 }
 
-Noise Noise::OfStretches(const Rows& readings, const std::vector<Span>& stretches)
+Noise Noise::OfStretches(const Rows& readings, const std::vector<Span>& stretches, NoiseTables& tables)
 {
-    std::vector<Deviation> deviations;
-    deviations.reserve(readings.size());
+    tables.deviations.clear();
     for (const Span& stretch : stretches) {
         const auto n = static_cast<float>(stretch.Length());
         if (stretch.Length() < 2)
@@ -61,25 +67,25 @@ Noise Noise::OfStretches(const Rows& readings, const std::vector<Span>& stretche
             Deviation d{mean, {}};
             for (std::size_t c = 0; c < channels; ++c)
                 d.step[c] = (readings[i][c] - mean[c]) * loss;
-            deviations.push_back(d);
+            tables.deviations.push_back(d);
         }
     }
-    return {std::move(deviations), 0.9};
+    return {tables, 0.9};
 }
 
-Noise::Noise(std::vector<Deviation> deviations, double share)
+Noise::Noise(NoiseTables& tables, double share)
 {
-    TakeFlicker(deviations, share);
-    ChooseKnee(deviations, share);
-    TakeCovariance(deviations, share);
+    TakeFlicker(tables, share);
+    ChooseKnee(tables, share);
+    TakeCovariance(tables, share);
 }
 
 /// Measures what all channels have in common, and takes it out of the deviations.
-void Noise::TakeFlicker(std::vector<Deviation>& deviations, double share)
+void Noise::TakeFlicker(NoiseTables& tables, double share)
 {
-    std::vector<float> factors;
-    factors.reserve(deviations.size());
-    for (Deviation& d : deviations) {
+    std::vector<float>& factors = tables.sizes;
+    factors.clear();
+    for (Deviation& d : tables.deviations) {
         float along = 0, length = darkest * darkest * channels;
         for (std::size_t c = 0; c < channels; ++c) {
             along += d.step[c] * d.level[c];
@@ -96,24 +102,27 @@ void Noise::TakeFlicker(std::vector<Deviation>& deviations, double share)
 }
 
 /// Of a few knees the one that leaves the noise of dark and light readings most alike.
-void Noise::ChooseKnee(const std::vector<Deviation>& deviations, double share)
+void Noise::ChooseKnee(NoiseTables& tables, double share)
 {
-    std::array<std::vector<float>, levels> bins;
+    constexpr std::size_t levels = NoiseTables::levels;
+    auto& bins = tables.bins;
+    for (auto& sizes : bins)
+        sizes.clear();
     const auto bin = [&](float level) {
         const float octaves = -std::log2(std::clamp(level, 1e-3F, 1.0F));
         return std::min(levels - 1, static_cast<std::size_t>(octaves * 1.5F));
     };
-    for (const Deviation& d : deviations)
+    for (const Deviation& d : tables.deviations)
         for (std::size_t c = 0; c < channels; c += 2)
             bins[bin(d.level[c])].push_back(std::abs(d.step[c]));
     struct Level {
-        double level, size, weight;
+        double level = 1, size = 0, weight = 0;
     };
-    std::vector<Level> seen;
+    std::array<Level, levels> seen;
     for (std::size_t i = 0; i < levels; ++i)
         if (bins[i].size() >= 24)
-            seen.push_back({std::exp2(-(static_cast<double>(i) + 0.5) / 1.5),
-                            std::log(Quantile(bins[i], share * 0.6) + 1e-6), static_cast<double>(bins[i].size())});
+            seen[i] = {std::exp2(-(static_cast<double>(i) + 0.5) / 1.5),
+                       std::log(Quantile(bins[i], share * 0.6) + 1e-6), static_cast<double>(bins[i].size())};
     double least = std::numeric_limits<double>::max();
     for (const double candidate : {0.01, 0.02, 0.04, 0.08, 0.16, 0.32, 0.64, 2.0}) {
         double sum = 0, squares = 0, weights = 1e-9;
@@ -133,15 +142,15 @@ void Noise::ChooseKnee(const std::vector<Deviation>& deviations, double share)
 }
 
 /// The covariance of the smaller deviations, twice narrowed to those that are small by the covariance itself.
-void Noise::TakeCovariance(const std::vector<Deviation>& deviations, double share)
+void Noise::TakeCovariance(NoiseTables& tables, double share)
 {
-    Rows steps;
-    steps.reserve(deviations.size());
+    auto& [deviations, steps, sizes, sorted, bins] = tables;
+    steps.clear();
     for (const Deviation& d : deviations)
         steps.push_back(Bend(d.level, d.step));
     for (std::size_t c = 0; c < channels; ++c)
         inverse[c][c] = 1;
-    std::vector<float> sizes(steps.size()), sorted;
+    sizes.resize(steps.size());
     for (int round = 0; round < 3 && !steps.empty(); ++round) {
         std::transform(steps.begin(), steps.end(), sizes.begin(), [&](const Row& step) {
             const Row white = Whiten(step);
@@ -224,11 +233,10 @@ Even Noise::ToEven(const Row& reading) const
     return even;
 }
 
-std::vector<Even> Noise::ToEven(const Rows& readings) const
+void Noise::ToEven(const Rows& readings, std::vector<Even>& even) const
 {
-    std::vector<Even> even(readings.size());
+    even.resize(readings.size());
     std::transform(readings.begin(), readings.end(), even.begin(), [&](const Row& row) { return ToEven(row); });
-    return even;
 }
 
 Row Noise::EvenStep(const Row& at, const Row& step) const

@@ -47,6 +47,22 @@ struct Even {
     }
 };
 
+/// What a reading leaves the mean of its place by.
+struct Deviation {
+    Row level, step;
+};
+
+/// Room that the search for noise works in, kept from one time to the next.
+struct NoiseTables {
+    explicit NoiseTables(std::size_t readings);
+
+    static constexpr std::size_t levels = 8; // in which noise is looked at apart
+    std::vector<Deviation> deviations;
+    Rows steps;
+    std::vector<float> sizes, sorted;
+    std::array<std::vector<float>, levels> bins;
+};
+
 /// The noise of a scan, taken from the scan itself, and the scale that evens it out.
 ///
 /// A part of the noise has the same size everywhere and a part grows with the reading: asinh(x / knee) makes them one,
@@ -56,24 +72,21 @@ class Noise {
 public:
     Noise() = default;
     /// From the second differences of neighbours, of which the smaller ones are taken: they lie on no edge.
-    static Noise OfNeighbours(const Rows& readings);
+    static Noise OfNeighbours(const Rows& readings, NoiseTables& tables);
     /// From the deviations within stretches of one colour.
-    static Noise OfStretches(const Rows& readings, const std::vector<Span>& stretches);
+    static Noise OfStretches(const Rows& readings, const std::vector<Span>& stretches, NoiseTables& tables);
 
     Even ToEven(const Row& reading) const;
-    std::vector<Even> ToEven(const Rows& readings) const;
+    void ToEven(const Rows& readings, std::vector<Even>& even) const;
     /// What a small step from a reading is on the even scale.
     Row EvenStep(const Row& at, const Row& step) const;
 
 private:
     using Matrix = std::array<std::array<double, channels>, channels>;
-    struct Deviation {
-        Row level, step;
-    };
-    Noise(std::vector<Deviation> deviations, double share);
-    void TakeFlicker(std::vector<Deviation>& deviations, double share);
-    void ChooseKnee(const std::vector<Deviation>& deviations, double share);
-    void TakeCovariance(const std::vector<Deviation>& deviations, double share);
+    Noise(NoiseTables& tables, double share);
+    void TakeFlicker(NoiseTables& tables, double share);
+    void ChooseKnee(NoiseTables& tables, double share);
+    void TakeCovariance(NoiseTables& tables, double share);
     void Factor(Matrix covariance);
     Row Bend(const Row& level, const Row& step) const;
     Row Whiten(const Row& row) const;

@@ -1,5 +1,6 @@
-// oxc_find_patches: what it refuses, what a failure leaves, and that no scan breaks it.
+// oxc_find_patches: what it refuses, what a failure leaves, that no scan breaks it, and what memory it asks for.
 
+#include "benchmarks/cmetry/AllocationCount.h"
 #include "orvex/color.h"
 #include "tests/strips/StripScene.h"
 
@@ -99,6 +100,26 @@ TEST_F(PatchCall, RefusesAndLeavesTheOutputs)
     ASSERT_EQ(oxc_set(conditions.get(), "Colorimetric.WhiteBase", "Paper"), OX_NoError);
     EXPECT_EQ(Find(count, 5), OX_NoSubstrate);
     EXPECT_TRUE(Untouched());
+}
+
+// The tables are made once: neither readings nor patches, attempts or flats make more of them.
+TEST_F(PatchCall, AsksForTheSameFewBlocksOfMemoryWhateverTheScan)
+{
+    const StripSettings kinds[] = {{},
+                                   {.patches = 3, .readings = 4},
+                                   {.patches = 96, .readings = 120},
+                                   {.aperture = 0.6, .dust = 20, .stops = 6},
+                                   {.gap = 0.3, .blackGap = true, .common = 0.02},
+                                   {.patches = 6, .readings = 100, .backingLength = 100}};
+    for (const StripSettings& kind : kinds)
+        for (const Reference known : {Reference::None, Reference::Rough}) {
+            scene = StripScene::Make(kind, known, 1);
+            spectra.resize(kind.patches * OXC_BANDS);
+            places.resize(kind.patches * 2);
+            const std::size_t before = AllocationCount();
+            ASSERT_EQ(Find(scene.Count(), kind.patches, known != Reference::None), OX_NoError);
+            EXPECT_LE(AllocationCount() - before, 50U) << scene.Count() << " readings, " << kind.patches << " patches";
+        }
 }
 
 // Scans of greys, steps, noise and numbers at the ends of their range.
