@@ -39,11 +39,14 @@ awk '/^```c$/ { on = 1; next } /^```$/ { on = 0 } on' "$sources/../../../README.
 ORVEX_BENCH=spectrophotometer LD_LIBRARY_PATH=$libraries/orvex-virtual:$libraries "$work/spot" | tee "$work/spot.txt"
 grep -qE '^L\* 9[0-9]\.[0-9]+  a\* -?[0-9.]+  b\* -?[0-9.]+$' "$work/spot.txt"
 
-say "the program of the page on colour without an instrument"
-awk '/^```c$/ { on = 1; next } /^```$/ { on = 0 } on' "$sources/../../../docs/color.md" >"$work/color.c"
-"$cc" -std=c99 -Wall -Wextra -pedantic -Werror "$work/color.c" $flags -o "$work/color"
-LD_LIBRARY_PATH=$libraries "$work/color" | tee "$work/color.txt"
-awk '/^```text$/ { on = 1; next } /^```$/ { on = 0 } on' "$sources/../../../docs/color.md" | diff - "$work/color.txt"
+for page in color strips; do
+    say "the program of the page docs/$page.md, and what it prints"
+    text=$sources/../../../docs/$page.md
+    awk '/^```c$/ { on = 1; next } /^```$/ { on = 0 } on' "$text" >"$work/$page.c"
+    "$cc" -std=c99 -Wall -Wextra -pedantic -Werror "$work/$page.c" $flags -o "$work/$page"
+    LD_LIBRARY_PATH=$libraries "$work/$page" | tee "$work/$page.txt"
+    awk '/^```text$/ { on = 1; next } /^```$/ { on = 0 } on' "$text" | diff - "$work/$page.txt"
+done
 
 say "SONAMEs"
 readelf -d "$libraries/liborvex.so" | grep -q 'SONAME.*\[liborvex.so.3\]'
