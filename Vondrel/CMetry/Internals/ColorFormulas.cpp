@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numbers>
 
 namespace Vondrel::CMetry {
 
@@ -225,16 +224,6 @@ Color LabToRGB(const Weightfactors& weights, const Color& lab)
         channels[row] = ToneValue(linear);
     }
     return channels;
-}
-
-double DegToRad(double degrees) noexcept
-{
-    return (degrees / 360 + degrees / 360) * std::numbers::pi;
-}
-
-double RadToDeg(double radians) noexcept
-{
-    return radians * 360 / (2 * std::numbers::pi);
 }
 
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <numbers>
 
 /// The colour spaces as functions of numbers alone. What they rest on comes as an argument; nothing is kept.
 namespace Vondrel::CMetry {
@@ -45,8 +46,15 @@ Color XYZToRxRyRz(const Weightfactors& weights, const Color& xyz);
 /// Whole numbers from 0 to 255.
 Color LabToRGB(const Weightfactors& weights, const Color& lab);
 
-double DegToRad(double degrees) noexcept;
-double RadToDeg(double radians) noexcept;
+inline double DegToRad(double degrees) noexcept
+{
+    return (degrees / 360 + degrees / 360) * std::numbers::pi;
+}
+
+inline double RadToDeg(double radians) noexcept
+{
+    return radians * 360 / (2 * std::numbers::pi);
+}
 
 }
 

@@ -88,10 +88,17 @@ void CollapseInterval(const float* products, double* node)
 constexpr int calcRange = Weightfactors::maxCalcWavelength - Weightfactors::minCalcWavelength;
 
 /// The illuminant on its own step from 360 to 780 nm, its ends held flat where it does not reach so far, and between
-/// by polynomials.
+/// by polynomials. Adds up the luminance on the way, whose chain of roundings fills the gaps.
 template<int step>
-void InterpolateTable(const StandardFilter& filter, float* out)
+float InterpolateTable(const StandardFilter& filter, const float* luminosity, float* out)
 {
+    // The sum stays in single precision: in double some of the white points change their fourth decimal.
+    float luminance = 0.0F;
+    const auto add = [&](int count) {
+        for (int i = 0; i < count; ++i)
+            luminance = Accumulate(luminance, *out++, *luminosity++);
+    };
+
     constexpr std::size_t intervals = calcRange / step;
     const auto table = filter.GetFilter();
     std::array<float, intervals + 1> grid;
@@ -101,10 +108,15 @@ void InterpolateTable(const StandardFilter& filter, float* out)
             table[static_cast<std::size_t>(std::clamp(index, 0, static_cast<int>(table.size()) - 1))];
     }
     InterpolateInterval(lagrange<3, step, 0>, grid.data(), out);
-    for (std::size_t interval = 1; interval < intervals - 1; ++interval)
-        InterpolateInterval(lagrange<4, step, step>, &grid[interval - 1], out += step);
-    InterpolateInterval(lagrange<3, step, step>, &grid[intervals - 2], out += step);
+    add(step);
+    for (std::size_t interval = 1; interval < intervals - 1; ++interval) {
+        InterpolateInterval(lagrange<4, step, step>, &grid[interval - 1], out);
+        add(step);
+    }
+    InterpolateInterval(lagrange<3, step, step>, &grid[intervals - 2], out);
     out[step] = grid.back();
+    add(step + 1);
+    return luminance;
 }
 
 /// A colour matching function at 1 nm from 360 to 780 nm, zero where its table does not reach so far.
@@ -138,15 +150,13 @@ try {
     constexpr float ofEmission = 0.683F;
     emission = illumination.GetIlluminationTYPE() == IlluminationTYPE::Emission;
     const StandardTable* const tables = CMetryFilter::GetObserverTables(number);
-    Curve light;
+    Curve light, curve;
+    ReadObserver(tables[1], curve);
+    float kFactor = ofEmission;
     if (emission)
         light.fill(1.0F);
     else
-        InterpolateIllumination(illumination, userdefined, light);
-
-    Curve curve;
-    ReadObserver(tables[1], curve);
-    const float kFactor = emission ? ofEmission : GetKFactor(light, curve);
+        kFactor = GetKFactor(InterpolateIllumination(illumination, userdefined, curve, light));
     for (std::size_t axis = 0; axis < axes; ++axis) {
         ReadObserver(tables[axis], curve);
         for (std::size_t i = 0; i < calcPoints; ++i)
@@ -184,7 +194,8 @@ try {
 }
 TRACE_GUARD("Weightfactors", "GetStepSize")
 
-void Weightfactors::InterpolateIllumination(const VDIllumination& illumination, const float* userdefined, Curve& result)
+float Weightfactors::InterpolateIllumination(const VDIllumination& illumination, const float* userdefined,
+                                             const Curve& luminosity, Curve& light)
 try {
     StandardFilter filter;
     const auto type = illumination.GetIlluminationTYPE();
@@ -199,11 +210,11 @@ try {
                                                           THROW_LOCATION("Weightfactors", "InterpolateIllumination"));
     switch (filter.GetStepSize()) {
     case 1:
-        return InterpolateTable<1>(filter, result.data());
+        return InterpolateTable<1>(filter, luminosity.data(), light.data());
     case 5:
-        return InterpolateTable<5>(filter, result.data());
+        return InterpolateTable<5>(filter, luminosity.data(), light.data());
     case 10:
-        return InterpolateTable<10>(filter, result.data());
+        return InterpolateTable<10>(filter, luminosity.data(), light.data());
     default:
         throw CMetryException("Illumination without a table: " + MeasureConditionTranslator::ToString(illumination),
                               THROW_LOCATION("Weightfactors", "InterpolateIllumination"));
@@ -211,12 +222,8 @@ try {
 }
 TRACE_GUARD("Weightfactors", "InterpolateIllumination")
 
-float Weightfactors::GetKFactor(const Curve& light, const Curve& luminosity)
+float Weightfactors::GetKFactor(float luminance)
 try {
-    // The sum stays in single precision: in double some of the white points change their fourth decimal.
-    float luminance = 0.0F;
-    for (std::size_t i = 0; i < calcPoints; ++i)
-        luminance = Accumulate(luminance, light[i], luminosity[i]);
     const float kFactor = 100.0F / luminance;
     if (!std::isfinite(luminance) || !std::isfinite(kFactor))
         throw CMetryException("Illumination gives no white point", THROW_LOCATION("Weightfactors", "SetKFactor"));

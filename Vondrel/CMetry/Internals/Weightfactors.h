@@ -49,8 +49,10 @@ public:
 private:
     using Curve = std::array<float, calcPoints>;
 
-    static void InterpolateIllumination(const VDIllumination& illumination, const float* userdefined, Curve& result);
-    static float GetKFactor(const Curve& light, const Curve& luminosity);
+    /// @return the luminance: the sum of light and luminosity
+    static float InterpolateIllumination(const VDIllumination& illumination, const float* userdefined,
+                                         const Curve& luminosity, Curve& light);
+    static float GetKFactor(float luminance);
     void CalculateWeightfactors(const Curve& product, std::size_t axis);
     void CalculateSum();
 
