@@ -10,6 +10,10 @@ using testing::Each;
 using testing::ElementsAre;
 using testing::FloatNear;
 
+namespace OrvexSDK {
+class OrvexSDKProxy; // what the library calls the receiver of the values below
+}
+
 namespace {
 
 class SpectrophotometerOptions : public SystemBench {
@@ -194,9 +198,10 @@ TEST_F(SpectrophotometerOptions, AToolInTheProcessCorrectsSpectraAndReplacesSamp
     const auto address = [](const char* key) {
         return static_cast<std::uintptr_t>(std::strtoull(OX_GetOption(key), nullptr, 10));
     };
-    void* const proxy = reinterpret_cast<void*>(address("oxPInst"));
-    const auto correct = reinterpret_cast<void (*)(void*, bool, const float*)>(address("scsOFP"));
-    const auto replace = reinterpret_cast<void (*)(void*, const float* const*, std::int32_t)>(address("ssvOFP"));
+    auto* const proxy = reinterpret_cast<OrvexSDK::OrvexSDKProxy*>(address("oxPInst"));
+    const auto correct = reinterpret_cast<void (*)(OrvexSDK::OrvexSDKProxy*, bool, const float*)>(address("scsOFP"));
+    const auto replace =
+        reinterpret_cast<void (*)(OrvexSDK::OrvexSDKProxy*, const float* const*, std::int32_t)>(address("ssvOFP"));
     Spectrum factors = Flat(0.5F);
     factors[35] = 2;
     const std::array<const float*, 2> rows{factors.data(), factors.data()};
