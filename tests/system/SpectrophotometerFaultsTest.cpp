@@ -132,8 +132,10 @@ private:
     }
 
     int failures = 0;
-    std::thread([] {}).join(); // a sanitizer starts a thread of its own beside the first
-    const std::size_t threads = CountEntries("/proc/self/task");
+    const std::size_t threads = [] {
+        std::thread([] {}).join(); // a sanitizer starts a thread of its own beside the first
+        return CountEntries("/proc/self/task");
+    }();
 };
 
 }
