@@ -140,7 +140,7 @@ constexpr const char* colorTypes[] = {
     "Brown",   "Yellow",           "Orange", "Red",  "White",  "Gray",  "Black",
 };
 
-} // namespace
+}
 
 VDColorVector CMetryService::GetVector(const VDSpectrum& spectrum, const VDMeasureConditions& conditions)
 try {
@@ -317,4 +317,4 @@ try {
 }
 TRACE_GUARD("CMetryService", "GetColorRenderingIndex")
 
-} // namespace
+}

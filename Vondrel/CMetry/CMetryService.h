@@ -74,4 +74,4 @@ public:
     static bool GetColorRenderingIndex(const VDSpectrum& spectrum, float& index, std::string& reference);
 };
 
-} // namespace
+}

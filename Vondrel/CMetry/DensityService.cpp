@@ -63,7 +63,7 @@ float CheckDensity(float density, const char* method)
     return density;
 }
 
-} // namespace
+}
 
 float DensityService::GetDensity(const VDSpectrum& spectrum, const VDMeasureConditions& conditions)
 try {
@@ -200,4 +200,4 @@ try {
 }
 TRACE_GUARD("DensityService", "GetDensityCalibration")
 
-} // namespace
+}

@@ -69,4 +69,4 @@ public:
                                       FourChannelsPointer& offset);
 };
 
-} // namespace
+}

@@ -15,7 +15,7 @@ std::size_t Index(DensityFilterMode channel)
     return static_cast<std::size_t>(channel);
 }
 
-} // namespace
+}
 
 VDDensity::VDDensity(const Sequence& densities_, const VDMeasureConditions& conditions, DensityStandard standard,
                      const UserFilter& userFilter)
@@ -55,4 +55,4 @@ void VDDensity::SetAllDensities(const Sequence& values)
     valid = true;
 }
 
-} // namespace
+}

@@ -52,4 +52,4 @@ private:
     VDMeasureConditions physMeasCond;
 };
 
-} // namespace
+}

@@ -412,4 +412,4 @@ const Choice& ChooseFlats(const std::vector<Flat>& flats, const Noise& noise, st
     return tables.best;
 }
 
-} // namespace
+}

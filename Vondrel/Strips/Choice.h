@@ -53,4 +53,4 @@ struct ChoiceTables {
 const Choice& ChooseFlats(const std::vector<Flat>& flats, const Noise& noise, std::size_t patches,
                           const std::vector<Lab>& reference, const std::vector<Lab>& labs, ChoiceTables& tables);
 
-} // namespace
+}

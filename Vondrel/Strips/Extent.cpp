@@ -179,4 +179,4 @@ std::vector<Extent> FindExtents(const Rows& readings, const std::vector<Even>& e
     return Finder(readings, even, flats, noise, chosen).Find();
 }
 
-} // namespace
+}

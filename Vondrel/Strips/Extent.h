@@ -25,4 +25,4 @@ struct Extent {
 std::vector<Extent> FindExtents(const Rows& readings, const std::vector<Even>& even, const std::vector<Flat>& flats,
                                 const Noise& noise, const std::vector<std::size_t>& chosen);
 
-} // namespace
+}

@@ -228,4 +228,4 @@ std::optional<Found> FindPatches(const Strip& strip)
     return Finder(strip).Find();
 }
 
-} // namespace
+}

@@ -46,4 +46,4 @@ struct Found {
 /// @return nothing if there are not so many places where the colour stays
 std::optional<Found> FindPatches(const Strip& strip);
 
-} // namespace
+}

@@ -137,4 +137,4 @@ void DropRamps(std::vector<Flat>& flats)
     flats.resize(steady);
 }
 
-} // namespace
+}

@@ -38,4 +38,4 @@ void JoinFlats(std::vector<Flat>& flats, std::size_t furthest);
 /// Leaves out what changes inside as it does around: pieces of a steady ramp.
 void DropRamps(std::vector<Flat>& flats);
 
-} // namespace
+}

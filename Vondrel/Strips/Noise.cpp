@@ -244,4 +244,4 @@ Row Noise::EvenStep(const Row& at, const Row& step) const
     return Whiten(Bend(at, step));
 }
 
-} // namespace
+}

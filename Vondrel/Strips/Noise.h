@@ -97,4 +97,4 @@ private:
     std::array<std::array<float, channels>, channels> inverse{}; // of the Cholesky factor
 };
 
-} // namespace
+}

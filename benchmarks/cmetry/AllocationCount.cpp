@@ -1,4 +1,4 @@
-#include "AllocationCount.h"
+#include "benchmarks/cmetry/AllocationCount.h"
 
 #include <atomic>
 #include <cstdlib>

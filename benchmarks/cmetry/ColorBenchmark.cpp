@@ -1,6 +1,6 @@
 // What a colour costs, from a spectrum and between spaces; side by side with Little CMS where both do the same.
-#include "AllocationCount.h"
-#include "ComparisonReporter.h"
+#include "benchmarks/cmetry/AllocationCount.h"
+#include "benchmarks/cmetry/ComparisonReporter.h"
 
 #include "Vondrel/CMetry/CMetryService.h"
 #include "Vondrel/CMetry/Internals/CMetryCalculator.h"

@@ -1,4 +1,4 @@
-#include "ComparisonReporter.h"
+#include "benchmarks/cmetry/ComparisonReporter.h"
 
 #include <algorithm>
 #include <cstdio>

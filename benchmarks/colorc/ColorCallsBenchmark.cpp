@@ -1,6 +1,6 @@
 // What a row costs in bulk, by every loop that this processor can go: nanoseconds of one core, its aim, and
 // allocations.
-#include "AllocationCount.h"
+#include "benchmarks/cmetry/AllocationCount.h"
 
 #include "Vondrel/ColorC/Kernels.h"
 #include "orvex/color.h"

@@ -1,8 +1,8 @@
 // What a question costs that the library answers from its samples, through the exported calls, and how often it asks
 // the heap for memory meanwhile. The samples are those of a scan on the virtual bench.
 #include "benchmarks/cmetry/AllocationCount.h"
-#include "orvex-virtual.h"
 #include "orvex/ox.h"
+#include "virtual/orvex-virtual.h"
 
 #include <array>
 #include <benchmark/benchmark.h>

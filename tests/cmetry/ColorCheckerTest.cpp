@@ -1,6 +1,6 @@
 // The 24 patches of the common colour chart: measured reflectances to the published colours.
 
-#include "Colors.h"
+#include "tests/cmetry/Colors.h"
 
 #include "Vondrel/CMetry/CMetryService.h"
 
@@ -30,7 +30,7 @@ std::vector<std::vector<std::string>> ReadTable(const std::string& name)
     return rows;
 }
 
-} // namespace
+}
 
 // Averages over thirty charts, published in 2012 with the spectra and their xyY for D50, 2 degree. Their publisher used
 // 10 nm weights of another table, which leaves distances of up to 0.00080 in x, 0.00049 in y and 0.00017 in Y.

@@ -1,6 +1,6 @@
 // Colour differences: published numbers, the properties of each formula, and where they refuse.
 
-#include "Colors.h"
+#include "tests/cmetry/Colors.h"
 
 #include "Vondrel/CMetry/CMetryService.h"
 #include "Vondrel/CMetry/Internals/CMetryCalculator.h"

@@ -1,7 +1,7 @@
 // The colorimetry service: which calculation the conditions select, what is refused with which text, and hostile input.
 
-#include "Colors.h"
-#include "Refusals.h"
+#include "tests/cmetry/Colors.h"
+#include "tests/cmetry/Refusals.h"
 
 #include "Vondrel/CMetry/CMetryException.h"
 #include "Vondrel/CMetry/CMetryService.h"
@@ -54,7 +54,7 @@ protected:
     VDSpectrum other = random.Reflectance();
 };
 
-} // namespace
+}
 
 TEST_F(ColorService, EverySpaceOfASpectrum)
 {

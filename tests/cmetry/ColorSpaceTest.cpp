@@ -1,6 +1,6 @@
 // From a spectrum into every colour space, and between the spaces.
 
-#include "Colors.h"
+#include "tests/cmetry/Colors.h"
 
 #include "Vondrel/CMetry/CMetryException.h"
 #include "Vondrel/CMetry/Internals/CMetryCalculator.h"

@@ -1,7 +1,7 @@
 // Colour temperature, colour rendering, and the way back from a colour to a spectrum.
 
-#include "Colors.h"
-#include "Refusals.h"
+#include "tests/cmetry/Colors.h"
+#include "tests/cmetry/Refusals.h"
 
 #include "Vondrel/CMetry/CMetryException.h"
 #include "Vondrel/CMetry/CMetryService.h"
@@ -83,7 +83,7 @@ VDSpectrum Planck(float temperature)
     return ColorTemperature().GetPlanckRadiator(temperature, VDMeasureConditions());
 }
 
-} // namespace
+}
 
 TEST(ColorTemperature, APlanckRadiatorHasItsOwn)
 {

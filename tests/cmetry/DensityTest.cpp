@@ -1,7 +1,7 @@
 // Densities, the measures of the press room, and the density service.
 
-#include "Colors.h"
-#include "Refusals.h"
+#include "tests/cmetry/Colors.h"
+#include "tests/cmetry/Refusals.h"
 
 #include "Vondrel/CMetry/CMetryException.h"
 #include "Vondrel/CMetry/DensityService.h"
@@ -79,7 +79,7 @@ VDDensity Densities(float black, float cyan, float magenta, float yellow)
     return density;
 }
 
-} // namespace
+}
 
 TEST_F(Density, OfGreysUnderEveryStandard)
 {

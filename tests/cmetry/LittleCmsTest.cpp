@@ -1,6 +1,6 @@
 // The same numbers as Little CMS where both compute the same.
 
-#include "Colors.h"
+#include "tests/cmetry/Colors.h"
 
 #include "Vondrel/CMetry/Internals/CMetryCalculator.h"
 

@@ -1,6 +1,6 @@
 // The white points that the weights sum to, and when weights are computed anew.
 
-#include "Refusals.h"
+#include "tests/cmetry/Refusals.h"
 
 #include "Vondrel/CMetry/CMetryException.h"
 #include "Vondrel/CMetry/Internals/CMetryFilter.h"
@@ -30,7 +30,7 @@ double FourDecimals(float value)
     return std::round(value * 1e4) / 1e4;
 }
 
-} // namespace
+}
 
 // The whites that these weights are designed to give; the largest difference before rounding is 0.00005.
 TEST(ReferenceWhite, EveryPrintedDigit)

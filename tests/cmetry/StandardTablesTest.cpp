@@ -24,7 +24,7 @@ StandardFilter Table(IlluminationTYPE type)
     return CMetryFilter::GetIlluFilter(VDIllumination(type));
 }
 
-} // namespace
+}
 
 TEST(StandardTables, ReadAsPublished)
 {

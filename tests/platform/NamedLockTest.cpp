@@ -43,8 +43,8 @@ public:
     {
         int input[2];
         int output[2];
-        EXPECT_EQ(0, ::pipe2(input, O_CLOEXEC));
-        EXPECT_EQ(0, ::pipe2(output, O_CLOEXEC));
+        EXPECT_EQ(::pipe2(input, O_CLOEXEC), 0);
+        EXPECT_EQ(::pipe2(output, O_CLOEXEC), 0);
         posix_spawn_file_actions_t actions;
         ::posix_spawn_file_actions_init(&actions);
         ::posix_spawn_file_actions_adddup2(&actions, input[0], STDIN_FILENO);
@@ -53,13 +53,13 @@ public:
         std::string argument = name;
         std::string last = option != nullptr ? option : "";
         char* arguments[] = {program.data(), argument.data(), option != nullptr ? last.data() : nullptr, nullptr};
-        EXPECT_EQ(0, ::posix_spawn(&process, program.c_str(), &actions, nullptr, arguments, environ));
+        EXPECT_EQ(::posix_spawn(&process, program.c_str(), &actions, nullptr, arguments, environ), 0);
         ::posix_spawn_file_actions_destroy(&actions);
         ::close(input[0]);
         ::close(output[1]);
         inputEnd = input[1];
         char word[5] = {};
-        EXPECT_EQ(5, ::read(output[0], word, 5)) << "the other process does not hold the lock";
+        EXPECT_EQ(::read(output[0], word, 5), 5) << "the other process does not hold the lock";
         ::close(output[0]);
     }
     ~Holder() { End(); }
@@ -110,7 +110,7 @@ TEST(NamedLock, KeepsAnotherProcessOutUntilItIsGivenBack)
         EXPECT_EQ(Outcome::acquired, lock->Acquire(std::nullopt));
         EXPECT_TRUE(lock->Release());
     });
-    EXPECT_EQ(0, holder.End());
+    EXPECT_EQ(holder.End(), 0);
     waiting.join();
     EXPECT_EQ(Outcome::acquired, lock->Acquire(0));
     EXPECT_TRUE(lock->Release());
@@ -165,7 +165,7 @@ TEST(NamedLock, IsNotOwnedByAThreadThatWasCancelledOnItsWay)
         ::pthread_cancel(waiting.native_handle());
         waiting.join();
     }
-    EXPECT_EQ(0, holder.End());
+    EXPECT_EQ(holder.End(), 0);
     EXPECT_TRUE(local->Release());
     for (const auto& lock : {wide.get(), local.get()})
         EXPECT_EQ(Outcome::acquired, lock->Acquire(5000));
@@ -226,8 +226,8 @@ TEST(NamedLock, GuardsWhatThreadsOfTwoProcessesShare)
     countTwice();
     int status = -1;
     EXPECT_EQ(child, ::waitpid(child, &status, 0));
-    EXPECT_EQ(0, status);
-    EXPECT_EQ(1200, counter);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(counter, 1200);
 }
 
 TEST(LockFile, FollowsNoLinkAndTakesNothingButAPlainFile)
@@ -235,16 +235,16 @@ TEST(LockFile, FollowsNoLinkAndTakesNothingButAPlainFile)
     // What stands in the first directory that is for everybody decides: a second lock elsewhere would be no lock.
     const LockName name;
     const std::string path = name.Path();
-    ASSERT_EQ(0, ::symlink("/etc/hostname", path.c_str()));
-    EXPECT_EQ(nullptr, NamedLock::Make(name.Name(), true)) << "a link";
+    ASSERT_EQ(::symlink("/etc/hostname", path.c_str()), 0);
+    EXPECT_EQ(NamedLock::Make(name.Name(), true), nullptr) << "a link";
     ::remove(path.c_str());
-    ASSERT_EQ(0, ::mkfifo(path.c_str(), 0666));
-    EXPECT_EQ(nullptr, NamedLock::Make(name.Name(), true)) << "a fifo";
+    ASSERT_EQ(::mkfifo(path.c_str(), 0666), 0);
+    EXPECT_EQ(NamedLock::Make(name.Name(), true), nullptr) << "a fifo";
     ::remove(path.c_str());
-    ASSERT_EQ(0, ::mkdir(path.c_str(), 0777));
-    EXPECT_EQ(nullptr, NamedLock::Make(name.Name(), true)) << "a directory";
+    ASSERT_EQ(::mkdir(path.c_str(), 0777), 0);
+    EXPECT_EQ(NamedLock::Make(name.Name(), true), nullptr) << "a directory";
     ::remove(path.c_str());
-    EXPECT_EQ(nullptr, NamedLock::Make(std::string(300, 'x'), true));
+    EXPECT_EQ(NamedLock::Make(std::string(300, 'x'), true), nullptr);
 }
 
 TEST(LockFile, CanBeLockedByEveryUserAndByNoProgramThatIsStarted)
@@ -255,9 +255,9 @@ TEST(LockFile, CanBeLockedByEveryUserAndByNoProgramThatIsStarted)
     ::umask(before);
     ASSERT_TRUE(lock);
     struct stat status { };
-    ASSERT_EQ(0, ::stat(name.Path().c_str(), &status));
-    EXPECT_EQ(0666U, status.st_mode & 0777U);
-    EXPECT_EQ(1U, status.st_nlink) << "the name that it was made under is gone";
+    ASSERT_EQ(::stat(name.Path().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, 0666U);
+    EXPECT_EQ(status.st_nlink, 1U) << "the name that it was made under is gone";
     int descriptors = 0;
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
         std::error_code error;
@@ -266,7 +266,7 @@ TEST(LockFile, CanBeLockedByEveryUserAndByNoProgramThatIsStarted)
         ++descriptors;
         EXPECT_EQ(FD_CLOEXEC, ::fcntl(std::stoi(entry.path().filename()), F_GETFD));
     }
-    EXPECT_EQ(1, descriptors);
+    EXPECT_EQ(descriptors, 1);
 }
 
 TEST(LockFile, IsThereOnlyOnceEverybodyCanOpenIt)
@@ -277,6 +277,6 @@ TEST(LockFile, IsThereOnlyOnceEverybodyCanOpenIt)
         NamedLock::Make(name.Name(), true);
         return false;
     })) << "the creator did not end where it should";
-    EXPECT_NE(0, ::access(name.Path().c_str(), F_OK));
+    EXPECT_NE(::access(name.Path().c_str(), F_OK), 0);
     EXPECT_TRUE(NamedLock::Make(name.Name(), true));
 }

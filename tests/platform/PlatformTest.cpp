@@ -45,7 +45,7 @@ TEST(Event, WakesAWaitingThread)
         EXPECT_TRUE(pong->Wait(60000));
     }
     other.join();
-    EXPECT_EQ(400, ball);
+    EXPECT_EQ(ball, 400);
 }
 
 TEST(RunningThread, LeavesTheApplicationsSignalsAlone)
@@ -57,9 +57,9 @@ TEST(RunningThread, LeavesTheApplicationsSignalsAlone)
         [](void* set) { pthread_sigmask(SIG_SETMASK, nullptr, static_cast<sigset_t*>(set)); }, &there);
     ASSERT_TRUE(thread);
     EXPECT_TRUE(thread->Join(std::nullopt));
-    EXPECT_EQ(1, sigismember(&there, SIGINT));
-    EXPECT_EQ(1, sigismember(&there, SIGTERM));
-    EXPECT_EQ(0, sigismember(&there, SIGSEGV));
+    EXPECT_EQ(sigismember(&there, SIGINT), 1);
+    EXPECT_EQ(sigismember(&there, SIGTERM), 1);
+    EXPECT_EQ(sigismember(&there, SIGSEGV), 0);
     sigset_t after;
     pthread_sigmask(SIG_SETMASK, nullptr, &after);
     EXPECT_EQ(sigismember(&before, SIGINT), sigismember(&after, SIGINT));
@@ -108,14 +108,14 @@ TEST(Clock, RefusesMomentsBeyondTheCalendar)
     Platform::CalendarTime local{};
     EXPECT_FALSE(Platform::ToLocalTime(INT64_MAX, local));
     char text[8];
-    EXPECT_EQ(0U, Platform::FormatLocalTime(INT64_MAX, "%Y", text, sizeof text));
-    EXPECT_EQ(0U, Platform::FormatLocalTime(0, "%Y-%m-%d", text, sizeof text)); // does not fit
-    EXPECT_EQ(-1, Platform::FromLocalTime({INT32_MIN, 1, 1, 0, 0, 0}));
-    EXPECT_EQ(-1, Platform::FromLocalTime({2000, INT32_MIN, 1, 0, 0, 0}));
+    EXPECT_EQ(Platform::FormatLocalTime(INT64_MAX, "%Y", text, sizeof text), 0U);
+    EXPECT_EQ(Platform::FormatLocalTime(0, "%Y-%m-%d", text, sizeof text), 0U); // does not fit
+    EXPECT_EQ(Platform::FromLocalTime({INT32_MIN, 1, 1, 0, 0, 0}), -1);
+    EXPECT_EQ(Platform::FromLocalTime({2000, INT32_MIN, 1, 0, 0, 0}), -1);
 }
 
 TEST(ErrorText, HasWordsForNumbers)
 {
-    EXPECT_STREQ("permission denied", Platform::ErrorText(EACCES));
-    EXPECT_STREQ("unknown error", Platform::ErrorText(-7));
+    EXPECT_STREQ(Platform::ErrorText(EACCES), "permission denied");
+    EXPECT_STREQ(Platform::ErrorText(-7), "unknown error");
 }

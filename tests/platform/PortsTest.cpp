@@ -26,10 +26,10 @@ public:
     {
         char device[64] = {};
         int nearEnd = -1;
-        EXPECT_EQ(0, ::openpty(&farEnd, &nearEnd, device, nullptr, nullptr));
+        EXPECT_EQ(::openpty(&farEnd, &nearEnd, device, nullptr, nullptr), 0);
         name = device;
         ::close(nearEnd);
-        EXPECT_EQ(0, SetSerialPortName(3, name.c_str()));
+        EXPECT_EQ(SetSerialPortName(3, name.c_str()), 0);
     }
     ~Terminal() { Unplug(); }
 
@@ -64,8 +64,8 @@ class OpenPort {
 public:
     OpenPort()
     {
-        EXPECT_EQ(0, SerialOpen(3, &handle));
-        EXPECT_EQ(0, SerialConfigure(handle));
+        EXPECT_EQ(SerialOpen(3, &handle), 0);
+        EXPECT_EQ(SerialConfigure(handle), 0);
     }
     ~OpenPort() { SerialClose(handle); }
 
@@ -76,7 +76,7 @@ public:
         EXPECT_EQ(status, SerialRead(handle, bytes, size, &moved));
         return std::string(bytes, bytes + moved);
     }
-    void Limit(SerialLimits limits) const { EXPECT_EQ(0, SerialSetLimits(handle, &limits)); }
+    void Limit(SerialLimits limits) const { EXPECT_EQ(SerialSetLimits(handle, &limits), 0); }
 
     SerialHandle handle = nullptr;
 };
@@ -95,15 +95,15 @@ TEST(SerialPort, SetsTheLine)
     const Terminal terminal;
     const OpenPort port;
     termios line{};
-    ASSERT_EQ(0, ::tcgetattr(terminal.farEnd, &line));
+    ASSERT_EQ(::tcgetattr(terminal.farEnd, &line), 0);
     EXPECT_EQ(static_cast<speed_t>(B9600), ::cfgetospeed(&line));
     EXPECT_EQ(static_cast<tcflag_t>(CS8), line.c_cflag & (CSIZE | PARENB | CSTOPB | CRTSCTS));
-    EXPECT_EQ(0U, line.c_iflag & (IXON | IXOFF | ICRNL | INLCR | ISTRIP));
-    EXPECT_EQ(0U, line.c_lflag & (ICANON | ECHO | ISIG));
-    EXPECT_EQ(0U, line.c_oflag & OPOST);
+    EXPECT_EQ(line.c_iflag & (IXON | IXOFF | ICRNL | INLCR | ISTRIP), 0U);
+    EXPECT_EQ(line.c_lflag & (ICANON | ECHO | ISIG), 0U);
+    EXPECT_EQ(line.c_oflag & OPOST, 0U);
     for (const bool on : {false, true}) { // a pseudo-terminal has neither
-        EXPECT_EQ(0, SerialSetDtr(port.handle, on));
-        EXPECT_EQ(0, SerialSetRts(port.handle, on));
+        EXPECT_EQ(SerialSetDtr(port.handle, on), 0);
+        EXPECT_EQ(SerialSetRts(port.handle, on), 0);
     }
 }
 
@@ -118,8 +118,8 @@ TEST(SerialPort, CarriesEveryByteUnchanged)
     terminal.Send(all);
     EXPECT_EQ(all, port.Read(64));
     std::size_t moved = 0;
-    EXPECT_EQ(0, SerialWrite(port.handle, reinterpret_cast<const std::uint8_t*>(all.data()), all.size(), &moved));
-    EXPECT_EQ(64U, moved);
+    EXPECT_EQ(SerialWrite(port.handle, reinterpret_cast<const std::uint8_t*>(all.data()), all.size(), &moved), 0);
+    EXPECT_EQ(moved, 64U);
     EXPECT_EQ(all, terminal.Receive(64));
 }
 
@@ -128,20 +128,20 @@ TEST(SerialPort, EndsAReadWhenItsTimeIsUp)
     const Terminal terminal;
     const OpenPort port;
     port.Limit({0, 10, 30, 0, 0});
-    EXPECT_GE(MillisecondsOf([&] { EXPECT_EQ("", port.Read(2)); }), 50);
+    EXPECT_GE(MillisecondsOf([&] { EXPECT_EQ(port.Read(2), ""); }), 50);
     terminal.Send("a");
-    EXPECT_GE(MillisecondsOf([&] { EXPECT_EQ("a", port.Read(2)); }), 50);
+    EXPECT_GE(MillisecondsOf([&] { EXPECT_EQ(port.Read(2), "a"); }), 50);
 
     port.Limit({20, 0, 600000, 0, 0}); // the pause after a byte ends it long before
     terminal.Send("bc");
-    EXPECT_LT(MillisecondsOf([&] { EXPECT_EQ("bc", port.Read(9)); }), 60000);
+    EXPECT_LT(MillisecondsOf([&] { EXPECT_EQ(port.Read(9), "bc"); }), 60000);
 
     port.Limit({0, 0, 0, 0, 0}); // no limit
     std::thread late([&] {
         std::this_thread::sleep_for(std::chrono::milliseconds(30));
         terminal.Send("d");
     });
-    EXPECT_EQ("d", port.Read(1));
+    EXPECT_EQ(port.Read(1), "d");
     late.join();
 }
 
@@ -152,10 +152,10 @@ TEST(SerialPort, EndsAWriteWhenNobodyReads)
     port.Limit({0, 0, 0, 0, 30});
     const std::vector<std::uint8_t> bytes(1 << 20);
     std::size_t moved = 0;
-    EXPECT_EQ(0, SerialWrite(port.handle, bytes.data(), bytes.size(), &moved));
+    EXPECT_EQ(SerialWrite(port.handle, bytes.data(), bytes.size(), &moved), 0);
     EXPECT_GT(moved, 0U);
     EXPECT_LT(moved, bytes.size());
-    EXPECT_EQ(0, SerialPurgeTransmit(port.handle));
+    EXPECT_EQ(SerialPurgeTransmit(port.handle), 0);
 }
 
 TEST(SerialPort, ThrowsAwayWhatWaits)
@@ -164,10 +164,10 @@ TEST(SerialPort, ThrowsAwayWhatWaits)
     const OpenPort port;
     port.Limit({0, 0, 20, 0, 0});
     terminal.Send("junk");
-    EXPECT_EQ("j", port.Read(1));
-    EXPECT_EQ(0, SerialPurgeReceive(port.handle));
-    EXPECT_EQ("", port.Read(1));
-    EXPECT_EQ(0, SerialClearError(port.handle));
+    EXPECT_EQ(port.Read(1), "j");
+    EXPECT_EQ(SerialPurgeReceive(port.handle), 0);
+    EXPECT_EQ(port.Read(1), "");
+    EXPECT_EQ(SerialClearError(port.handle), 0);
 }
 
 TEST(SerialPort, FailsWhenTheCableIsPulled)
@@ -176,11 +176,11 @@ TEST(SerialPort, FailsWhenTheCableIsPulled)
     const OpenPort port;
     port.Limit({0, 0, 60000, 0, 60000});
     terminal.Unplug();
-    EXPECT_EQ("", port.Read(1, EIO));
+    EXPECT_EQ(port.Read(1, EIO), "");
     std::size_t moved = 9;
     const std::uint8_t byte = 0;
     EXPECT_EQ(EIO, SerialWrite(port.handle, &byte, 1, &moved));
-    EXPECT_EQ(0U, moved);
+    EXPECT_EQ(moved, 0U);
 }
 
 TEST(SerialPort, IsOpenedByOneOnly)
@@ -189,8 +189,8 @@ TEST(SerialPort, IsOpenedByOneOnly)
     SerialHandle second = nullptr;
     for (int round = 0; round < 2; ++round) {
         const OpenPort port;
-        EXPECT_NE(0, SerialOpen(3, &second));
-        EXPECT_EQ(nullptr, second);
+        EXPECT_NE(SerialOpen(3, &second), 0);
+        EXPECT_EQ(second, nullptr);
     }
 }
 
@@ -201,12 +201,12 @@ TEST(SerialPort, ForgetsItsLimitsWhenItIsClosedOrGivenUp)
     SerialLimits read{};
     const OpenPort port;
     port.Limit(limits);
-    EXPECT_EQ(0, SerialGetLimits(port.handle, &read));
-    EXPECT_EQ(3U, read.readConstant);
-    EXPECT_EQ(5U, read.writeConstant);
+    EXPECT_EQ(SerialGetLimits(port.handle, &read), 0);
+    EXPECT_EQ(read.readConstant, 3U);
+    EXPECT_EQ(read.writeConstant, 5U);
     SerialForget(port.handle);
-    EXPECT_EQ(0, SerialGetLimits(port.handle, &read));
-    EXPECT_EQ(0U, read.readConstant);
+    EXPECT_EQ(SerialGetLimits(port.handle, &read), 0);
+    EXPECT_EQ(read.readConstant, 0U);
 }
 
 TEST(SerialPort, RefusesBadUse)
@@ -221,9 +221,9 @@ TEST(SerialPort, RefusesBadUse)
     EXPECT_EQ(EINVAL, SetSerialPortName(9, "/dev/null"));
     EXPECT_EQ(EINVAL, SetSerialPortName(3, nullptr));
     EXPECT_EQ(EINVAL, SetSerialPortName(3, ""));
-    EXPECT_EQ(0, SetSerialPortName(3, "/dev/null"));
+    EXPECT_EQ(SetSerialPortName(3, "/dev/null"), 0);
     EXPECT_EQ(ENOTTY, SerialOpen(3, &handle));
-    EXPECT_EQ(0, SetSerialPortName(3, "/nowhere"));
+    EXPECT_EQ(SetSerialPortName(3, "/nowhere"), 0);
     EXPECT_EQ(ENOENT, SerialOpen(3, &handle));
     for (const SerialHandle bad :
          {SerialHandle(nullptr), reinterpret_cast<SerialHandle>(std::intptr_t(-1)),
@@ -248,7 +248,7 @@ TEST(SerialPort, StaysClearOfTheStandardStreams)
     {
         const OpenPort port;
         EXPECT_GT(reinterpret_cast<std::intptr_t>(port.handle), 2);
-        EXPECT_EQ(-1, ::fcntl(STDIN_FILENO, F_GETFD));
+        EXPECT_EQ(::fcntl(STDIN_FILENO, F_GETFD), -1);
     }
     if (input >= 0) {
         ::dup2(input, STDIN_FILENO);
@@ -261,37 +261,37 @@ TEST(DeviceChannel, ExchangesEightBytes)
     // A terminal in raw mode stands for the driver's file: what is written on one end is read on the other.
     Terminal terminal;
     std::string directory = "/tmp/channelXXXXXX";
-    ASSERT_NE(nullptr, ::mkdtemp(directory.data()));
+    ASSERT_NE(::mkdtemp(directory.data()), nullptr);
     const std::string file = directory + "/zel127"; // the last index that a scan asks for
-    ASSERT_EQ(0, ::symlink(terminal.name.c_str(), file.c_str()));
-    EXPECT_EQ(0, SetChannelNamePattern((directory + "/zel%u").c_str()));
+    ASSERT_EQ(::symlink(terminal.name.c_str(), file.c_str()), 0);
+    EXPECT_EQ(SetChannelNamePattern((directory + "/zel%u").c_str()), 0);
 
     ChannelHandle handle = nullptr;
     ChannelHandle second = nullptr;
     EXPECT_EQ(ENOENT, ChannelOpen(6, &handle));
-    ASSERT_EQ(0, ChannelOpen(127, &handle));
-    EXPECT_EQ(0, ChannelOpen(127, &second)); // shared
-    EXPECT_EQ(0, ChannelClose(second));
+    ASSERT_EQ(ChannelOpen(127, &handle), 0);
+    EXPECT_EQ(ChannelOpen(127, &second), 0); // shared
+    EXPECT_EQ(ChannelClose(second), 0);
     termios line{};
     ::tcgetattr(terminal.farEnd, &line);
     ::cfmakeraw(&line);
     ::tcsetattr(terminal.farEnd, TCSANOW, &line);
 
     std::thread driver([&] {
-        EXPECT_EQ("\1\2\3\4\5\6\7\x8", terminal.Receive(8));
+        EXPECT_EQ(terminal.Receive(8), "\1\2\3\4\5\6\7\x8");
         terminal.Send("abc");
         terminal.Send("defgh");
     });
     const std::uint8_t request[8] = {1, 2, 3, 4, 5, 6, 7, 8};
     std::uint8_t answer[9] = {};
-    EXPECT_EQ(0, ChannelExchange(handle, request, answer));
-    EXPECT_STREQ("abcdefgh", reinterpret_cast<const char*>(answer));
+    EXPECT_EQ(ChannelExchange(handle, request, answer), 0);
+    EXPECT_STREQ(reinterpret_cast<const char*>(answer), "abcdefgh");
     driver.join();
 
     terminal.Unplug();
     EXPECT_EQ(EIO, ChannelExchange(handle, request, answer));
     EXPECT_EQ(EINVAL, ChannelExchange(handle, nullptr, answer));
-    EXPECT_EQ(0, ChannelClose(handle));
+    EXPECT_EQ(ChannelClose(handle), 0);
     EXPECT_EQ(EBADF, ChannelExchange(nullptr, request, answer));
     EXPECT_EQ(EBADF, ChannelClose(nullptr));
     ::unlink(file.c_str());

@@ -1,7 +1,7 @@
 // What the display colorimeter makes of a screen, a room and a failing cable, through the exported calls.
 
-#include "SystemBench.h"
 #include "orvex/zelcal.h"
+#include "tests/system/SystemBench.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "DeltaE2000.h"
+#include "tests/system/DeltaE2000.h"
 
 #include <cmath>
 #include <numbers>

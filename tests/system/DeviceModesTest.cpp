@@ -4,7 +4,7 @@
 #include "Vondrel/DeviceDriver/ox/Orvex.h"
 #include "Vondrel/Utilities/Exceptions/DeviceDriverException.h"
 #include "Vondrel/Utilities/Multithreading/Mutex.h"
-#include "orvex-virtual.h"
+#include "virtual/orvex-virtual.h"
 
 #include <array>
 #include <chrono>

@@ -1,8 +1,8 @@
 // What is read back is what lies under the aperture: the patches of a chart by spot and by scan, without and with the
 // noise of a sensor, and light sources.
 
-#include "DeltaE2000.h"
-#include "SystemBench.h"
+#include "tests/system/DeltaE2000.h"
+#include "tests/system/SystemBench.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,7 +1,7 @@
 // Every kind of failure as the application sees it: the code, the text, the call of its handler, the array that it
 // gave; and keys, values, indices and arrays that mean no good.
 
-#include "SystemBench.h"
+#include "tests/system/SystemBench.h"
 
 #include <functional>
 #include <set>

@@ -1,8 +1,8 @@
 // Every passing of a point between library and instrument fails in turn, once and for good, during a whole session of
 // an application: each call returns a documented code, the library goes on, and nothing stays open.
 
-#include "SystemBench.h"
 #include "tests/support/Settled.h"
+#include "tests/system/SystemBench.h"
 
 #include <algorithm>
 #include <future>

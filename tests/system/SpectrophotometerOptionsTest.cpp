@@ -1,6 +1,6 @@
 // What the spectrophotometer makes of its options, of densities and papers, and what a tool in the process finds.
 
-#include "SystemBench.h"
+#include "tests/system/SystemBench.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,7 +1,7 @@
 // The life of an application with its instrument: modes side by side, a restart, a pulled cable, two instruments, a
 // reset of everything at any moment, and handlers that are slow, throw, or call back.
 
-#include "SystemBench.h"
+#include "tests/system/SystemBench.h"
 
 #include <atomic>
 #include <chrono>

@@ -1,7 +1,7 @@
 // What the instrument is told, and what is waited for, in each mode: the order of darks, whites and samples, their
 // readings and times, also when something fails in the middle.
 
-#include "SystemBench.h"
+#include "tests/system/SystemBench.h"
 
 using testing::ElementsAre;
 

@@ -1,4 +1,4 @@
-#include "SystemBench.h"
+#include "tests/system/SystemBench.h"
 
 #include <chrono>
 #include <condition_variable>

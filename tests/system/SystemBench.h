@@ -1,7 +1,7 @@
 #pragma once
 
-#include "orvex-virtual.h"
 #include "orvex/ox.h"
+#include "virtual/orvex-virtual.h"
 
 #include <array>
 #include <gmock/gmock.h>

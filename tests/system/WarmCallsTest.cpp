@@ -1,7 +1,7 @@
 // The calls that a user repeats take nothing from the heap once they are warm.
 
-#include "SystemBench.h"
 #include "tests/support/FailingMemory.h"
+#include "tests/system/SystemBench.h"
 
 #include <functional>
 

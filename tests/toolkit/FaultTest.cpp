@@ -43,14 +43,14 @@ TEST_F(FaultTest, EachWayOfBreakingHasItsCode)
     Open(4);
     instrument.SetFault(Fault::lengthTen, 1);
     EXPECT_EQ(ZEL_OK, AltrixGetVersionString_M(&device, version));
-    EXPECT_EQ(5U, std::string(version).size()) << "a payload has six bytes";
+    EXPECT_EQ(std::string(version).size(), 5U) << "a payload has six bytes";
     const std::uint8_t command[] = {1, 6};
     std::uint8_t reply[9];
     std::uint32_t length = 7;
     Open(4, false);
     instrument.SetFault(Fault::lengthZero, 1);
     EXPECT_EQ(ZEL_OK, AltrixSendGetData_M(&device, 0, command, 2, reply, &length));
-    EXPECT_EQ(0U, length);
+    EXPECT_EQ(length, 0U);
 }
 
 TEST_F(FaultTest, AUsbFailureClosesTheRecordAndKeepsNoHandleBeyondTheNextOpening)
@@ -61,19 +61,19 @@ TEST_F(FaultTest, AUsbFailureClosesTheRecordAndKeepsNoHandleBeyondTheNextOpening
     std::uint32_t count = 0;
     EXPECT_EQ(ZEL_USB_FAILED, AltrixMeasureRedChannel_M(&device, &count));
     EXPECT_EQ(ZEL_NOT_OPEN, AltrixMeasureRedChannel_M(&device, &count));
-    EXPECT_EQ(4, zelGetCalibratorType_M(&device)) << "what it was";
-    EXPECT_NE(nullptr, device.comm.usbHandle);
+    EXPECT_EQ(zelGetCalibratorType_M(&device), 4) << "what it was";
+    EXPECT_NE(device.comm.usbHandle, nullptr);
     state.instrument = &instrument;
     EXPECT_EQ(ZEL_OK, zelOpenCalibrator_M(&device, 0, version));
-    EXPECT_EQ(1, state.closed);
-    EXPECT_EQ(1, state.opened);
+    EXPECT_EQ(state.closed, 1);
+    EXPECT_EQ(state.opened, 1);
     device.comm.usbHandle = nullptr;
     EXPECT_EQ(ZEL_USB_FAILED, AltrixMeasureRedChannel_M(&device, &count)) << "no handle";
     Open(4);
     state.instrument = nullptr;
     AltrixMeasureRedChannel_M(&device, &count);
     EXPECT_EQ(ZEL_NOT_OPEN, zelCloseCalibrator_M(&device));
-    EXPECT_EQ(nullptr, device.comm.usbHandle) << "closed all the same";
+    EXPECT_EQ(device.comm.usbHandle, nullptr) << "closed all the same";
 }
 
 TEST_F(FaultTest, RetriesEndWithTheLastReply)
@@ -113,7 +113,7 @@ TEST_F(FaultTest, TheEchoOfTheOlderElectronicsMayComeLate)
                 const int before = instrument.exchanges;
                 std::uint32_t count = 0;
                 EXPECT_EQ(wrong == 9 ? ZEL_OK : ZEL_USB_FAILED, AltrixMeasureRedChannel_M(&device, &count));
-                EXPECT_EQ(10, instrument.exchanges - before);
+                EXPECT_EQ(instrument.exchanges - before, 10);
                 EXPECT_EQ(wrong == 9, device.header.isOpen == 1);
             }
 }

@@ -75,15 +75,15 @@ class GatesTest : public ToolkitTest { };
 
 TEST_F(GatesTest, EveryCallRefusesAClosedRecord)
 {
-    EXPECT_EQ(220U, AllCalls().size());
+    EXPECT_EQ(AllCalls().size(), 220U);
     for (const Call& call : AllCalls()) {
         SCOPED_TRACE(call.name);
         device = {};
         Arguments arguments;
         EXPECT_EQ(ClosedAnswer(call.name, Opens(call.name)), call.onRecord(&device, arguments));
-        EXPECT_EQ(0, device.header.isOpen);
-        EXPECT_EQ(nullptr, device.comm.usbHandle);
-        EXPECT_EQ(nullptr, device.comm.portHandle);
+        EXPECT_EQ(device.header.isOpen, 0);
+        EXPECT_EQ(device.comm.usbHandle, nullptr);
+        EXPECT_EQ(device.comm.portHandle, nullptr);
     }
 }
 
@@ -123,7 +123,7 @@ TEST_F(GatesTest, NullPointersAreRefusedAndSendNothing)
         arguments.null = true;
         const std::int64_t status = call.onRecord(&device, arguments);
         EXPECT_TRUE(status == ZEL_BAD_ARGUMENT || status == ZEL_OUT_OF_RANGE) << status;
-        EXPECT_EQ("", instrument.TakeFrames());
+        EXPECT_EQ(instrument.TakeFrames(), "");
     }
 }
 
@@ -161,18 +161,18 @@ TEST_F(GatesTest, OpeningCallsTakeTheirKindOnlyAndLeaveNothingOpen)
                 const int open = row[1] == "port" ? 0 : device.header.isOpen;
                 EXPECT_EQ(before + open, ToolkitSeam::state.opened - ToolkitSeam::state.closed);
                 if (expected != ZEL_OK) {
-                    EXPECT_EQ(nullptr, device.comm.portHandle);
+                    EXPECT_EQ(device.comm.portHandle, nullptr);
                     EXPECT_EQ(saysBlank ? 1 : 0, device.header.eepromState);
                     continue;
                 }
                 if (row[0].starts_with("zelOpenDevice")) {
                     EXPECT_EQ(type, arguments.results[1](0));
-                    EXPECT_EQ(0, arguments.results[2](0));
+                    EXPECT_EQ(arguments.results[2](0), 0);
                 }
                 EXPECT_EQ(ZEL_ALREADY_OPEN, MakeCall(row[0], &device, arguments));
                 EXPECT_EQ(ZEL_OK, row[1] == "port" ? zelCloseExistingCalibrator_M(&device) : zelCloseBassix_M(&device));
                 EXPECT_EQ(before, ToolkitSeam::state.opened - ToolkitSeam::state.closed);
-                EXPECT_EQ(0, device.header.calibratorType);
+                EXPECT_EQ(device.header.calibratorType, 0);
             }
 }
 

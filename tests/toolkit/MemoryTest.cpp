@@ -190,7 +190,7 @@ TEST_F(MemoryTest, SlotsAreRefusedInTheirOrder)
             instrument.TakeFrames();
             Left();
             EXPECT_EQ(ZEL_ZERO_COMPONENT, zelStoreCalibrationData_M(&device, reference.data(), v, 4, 1));
-            EXPECT_EQ("", instrument.TakeFrames()) << "nothing written";
+            EXPECT_EQ(instrument.TakeFrames(), "") << "nothing written";
             EXPECT_TRUE(std::filesystem::is_empty(folder.Path())) << "no report";
         } else {
             EXPECT_EQ(ZEL_OK, zelStoreCalibrationData_M(&device, r, vectors.data(), 4, 1)) << "vectors are not tested";
@@ -209,42 +209,42 @@ TEST_F(MemoryTest, SlotsAreStoredChosenAndCopiedOneByOne)
     Open(4);
     ASSERT_EQ(ZEL_OK, zelStoreCRTCalibrationDataToPod_M(&device, &record));
     ASSERT_EQ(ZEL_OK, zelSelectCalibration_M(&device, 100));
-    EXPECT_EQ("works works, new, 13, 100, new", Left());
+    EXPECT_EQ(Left(), "works works, new, 13, 100, new");
     CalibrationRecord read{};
     ASSERT_EQ(ZEL_OK, zelRetrieveCRTCalibrationDataFromPod_M(&device, &read));
-    EXPECT_EQ(1234, read.date);
+    EXPECT_EQ(read.date, 1234);
     for (int i = 0; i < 9; ++i)
         EXPECT_EQ(static_cast<float>(truth[i]), read.matrix[i]);
     for (const auto retrieve : {zelRetrieveUserCalibrationDataFromPod_M, zelRetrieveLCDCalibrationDataFromPod_M}) {
         device.eeprom.date1 = 0;
         ASSERT_EQ(ZEL_OK, retrieve(&device, &read));
-        EXPECT_EQ("works", MatrixName(read.matrix[0], read.matrix[8]));
-        EXPECT_EQ(1'000'000'000, read.date);
-        EXPECT_EQ(1'000'000'000U, device.eeprom.date1);
+        EXPECT_EQ(MatrixName(read.matrix[0], read.matrix[8]), "works");
+        EXPECT_EQ(read.date, 1'000'000'000);
+        EXPECT_EQ(device.eeprom.date1, 1'000'000'000U);
     }
     ASSERT_EQ(ZEL_OK, zelRestoreFactoryCalibration_M(&device));
-    EXPECT_EQ("new, new, 13, 0, new", Left());
-    EXPECT_EQ(1234U, device.eeprom.date1);
+    EXPECT_EQ(Left(), "new, new, 13, 0, new");
+    EXPECT_EQ(device.eeprom.date1, 1234U);
 
     Open(4);
     ASSERT_EQ(ZEL_OK, AltrixStoreCalData_1_ToEEPROM_M(&device, &record));
-    EXPECT_EQ("new, second second, 13, 0, works", Left()) << "not in force";
-    EXPECT_EQ(0.41F, device.eeprom.eepromMatrix1[0]);
+    EXPECT_EQ(Left(), "new, second second, 13, 0, works") << "not in force";
+    EXPECT_EQ(device.eeprom.eepromMatrix1[0], 0.41F);
     ASSERT_EQ(ZEL_OK, AltrixCopyCalData_1_To_2_M(&device));
-    EXPECT_EQ("new, new, 13, 0, works", Left());
-    EXPECT_EQ(0.95F, device.eeprom.eepromMatrix2[8]);
-    EXPECT_EQ(1234U, device.eeprom.date2);
+    EXPECT_EQ(Left(), "new, new, 13, 0, works");
+    EXPECT_EQ(device.eeprom.eepromMatrix2[8], 0.95F);
+    EXPECT_EQ(device.eeprom.date2, 1234U);
 
     Open(4);
     ASSERT_EQ(ZEL_OK, AltrixStoreCalData_2_ToEEPROM_M(&device, &record));
     ASSERT_EQ(ZEL_OK, AltrixRestoreCalData_2_To_1_M(&device));
-    EXPECT_EQ("new, new, 13, 0, works", Left());
-    EXPECT_EQ(0.95F, device.eeprom.eepromMatrix1[8]);
+    EXPECT_EQ(Left(), "new, new, 13, 0, works");
+    EXPECT_EQ(device.eeprom.eepromMatrix1[8], 0.95F);
     ASSERT_EQ(ZEL_OK, AltrixResetCalData_2_M(&device));
     EXPECT_EQ(0xFFFFFFFF, device.eeprom.date2);
     EXPECT_TRUE(std::isnan(device.eeprom.eepromMatrix2[0]));
     const std::vector<std::uint8_t> blank(40, 0xFF);
-    EXPECT_EQ(0, std::memcmp(blank.data(), instrument.cells.data() + 54, 40));
+    EXPECT_EQ(std::memcmp(blank.data(), instrument.cells.data() + 54, 40), 0);
     EXPECT_NE(0xFF, instrument.cells[94]);
     EXPECT_EQ(ZEL_SLOT_BLANK, zelSelectCalibration_M(&device, 1));
 }
@@ -258,9 +258,9 @@ TEST_F(MemoryTest, AStoreThatBreaksLeavesTheCellsWrittenSoFar)
     int changed = 0;
     for (unsigned i = 4; i < 54; ++i)
         changed += instrument.cells[i] != sound.cells[i];
-    EXPECT_EQ(6, changed) << "the sixth write arrived, its answer did not";
-    EXPECT_EQ(4.0e-3F, device.eeprom.eepromMatrix1[0]) << "not read back";
-    EXPECT_EQ(1, device.header.isOpen);
+    EXPECT_EQ(changed, 6) << "the sixth write arrived, its answer did not";
+    EXPECT_EQ(device.eeprom.eepromMatrix1[0], 4.0e-3F) << "not read back";
+    EXPECT_EQ(device.header.isOpen, 1);
 }
 
 TEST_F(MemoryTest, ReportsTellWhatWasFitted)
@@ -274,12 +274,12 @@ TEST_F(MemoryTest, ReportsTellWhatWasFitted)
         std::ifstream report("caldataN.txt");
         std::vector<std::string> words{std::istream_iterator<std::string>(report), {}};
         ASSERT_EQ(5U + 12 + 12 + 9 + 12 + 12, words.size());
-        EXPECT_EQ("XYZ", words[0]);
-        EXPECT_EQ("RGB", words[13]);
-        EXPECT_EQ("Matrix:", words[26]);
-        EXPECT_EQ("XYZ", words[36]);
-        EXPECT_EQ("RGB", words[49]);
-        EXPECT_EQ("4.100000e-01", words[27]);
+        EXPECT_EQ(words[0], "XYZ");
+        EXPECT_EQ(words[13], "RGB");
+        EXPECT_EQ(words[26], "Matrix:");
+        EXPECT_EQ(words[36], "XYZ");
+        EXPECT_EQ(words[49], "RGB");
+        EXPECT_EQ(words[27], "4.100000e-01");
         EXPECT_NEAR(c.vectors[1].red, std::stod(words[15]), 1e-4) << "row by row";
         EXPECT_NEAR(c.vectors[0].green, std::stod(words[51]), 1e-4) << "colour by colour";
         EXPECT_NEAR(c.reference[0].Y, std::stod(words[38]), 1e-4);
@@ -322,32 +322,32 @@ TEST_F(MemoryTest, TheMemoryCanBeReadInReadableForm)
         for (const ParsedEEPROM& p : {forms[0].base, forms[1].base, shorter[0], shorter[1]}) {
             EXPECT_EQ(integers ? 20011U : 20004U, p.serialNumber);
             EXPECT_DOUBLE_EQ(integers ? 2.5e-6 : 4e-6, p.tick);
-            EXPECT_DOUBLE_EQ(60.0, p.refreshRate);
+            EXPECT_DOUBLE_EQ(p.refreshRate, 60.0);
             EXPECT_EQ(integers ? 100 : 400, p.calPeriods[2]);
-            EXPECT_EQ("works", MatrixName(p.matrix1[0], p.matrix1[8]));
-            EXPECT_EQ("second", MatrixName(p.matrix2[0], p.matrix2[8]));
-            EXPECT_STREQ("Sun Sep  9 01:46:40 2001", p.date1Text);
-            EXPECT_STREQ("Sun Sep  9 01:46:41 2001", p.date2Text);
-            EXPECT_STREQ("Sun Sep  9 01:46:42 2001", p.date3Text);
-            EXPECT_EQ(3.3333333e-7F, p.clock);
-            EXPECT_EQ(1, p.extraByte102);
-            EXPECT_EQ(2, p.extraByte115);
+            EXPECT_EQ(MatrixName(p.matrix1[0], p.matrix1[8]), "works");
+            EXPECT_EQ(MatrixName(p.matrix2[0], p.matrix2[8]), "second");
+            EXPECT_STREQ(p.date1Text, "Sun Sep  9 01:46:40 2001");
+            EXPECT_STREQ(p.date2Text, "Sun Sep  9 01:46:41 2001");
+            EXPECT_STREQ(p.date3Text, "Sun Sep  9 01:46:42 2001");
+            EXPECT_EQ(p.clock, 3.3333333e-7F);
+            EXPECT_EQ(p.extraByte102, 1);
+            EXPECT_EQ(p.extraByte115, 2);
             EXPECT_EQ(integers ? 0.0 : 0.251F, p.dark[0]);
             EXPECT_EQ(integers ? 802U : 0U, p.darkInteger[2]);
-            EXPECT_EQ('C', p.modelLetter);
-            EXPECT_EQ(13, p.formatWord);
+            EXPECT_EQ(p.modelLetter, 'C');
+            EXPECT_EQ(p.formatWord, 13);
         }
-        EXPECT_EQ(2.5, forms[0].page2[1]);
-        EXPECT_EQ(3.5, forms[1].page2[2]);
+        EXPECT_EQ(forms[0].page2[1], 2.5);
+        EXPECT_EQ(forms[1].page2[2], 3.5);
         char date[64];
         ASSERT_EQ(ZEL_OK, zelGetCalibrationDate_M(&device, date));
-        EXPECT_STREQ("Sun Sep  9 01:46:40 2001\n", date);
+        EXPECT_STREQ(date, "Sun Sep  9 01:46:40 2001\n");
     }
     AttachBy("4 @50=ffffffff");
     ASSERT_EQ(ZEL_OK, zelOpenCalibrator_M(&device, 0, version));
     char date[64] = "before";
     ASSERT_EQ(ZEL_OK, zelGetCalibrationDate_M(&device, date));
-    EXPECT_STREQ("", date) << "blank";
+    EXPECT_STREQ(date, "") << "blank";
 }
 
 TEST_F(MemoryTest, TheRecordHoldsBothLayouts)
@@ -355,27 +355,27 @@ TEST_F(MemoryTest, TheRecordHoldsBothLayouts)
     Open(16);
     ZelEEPROM e{};
     ASSERT_EQ(ZEL_OK, AltrixReturnEEPROMStructure_M(&device, &e));
-    EXPECT_EQ(14014U, e.serialNumber);
-    EXPECT_EQ(31250, e.calRateWord);
-    EXPECT_EQ(1'000'000'000U, e.date1);
-    EXPECT_EQ(1'000'000'001U, e.date2);
+    EXPECT_EQ(e.serialNumber, 14014U);
+    EXPECT_EQ(e.calRateWord, 31250);
+    EXPECT_EQ(e.date1, 1'000'000'000U);
+    EXPECT_EQ(e.date2, 1'000'000'001U);
     const float factors[] = {0.01F, 0.29F, 0.33F, 0.17F, 0.37F, 0.41F};
     for (int i = 0; i < 3; ++i) {
         EXPECT_NEAR(factors[i], e.eepromMatrix1[i], 1e-6);
         EXPECT_NEAR(factors[i + 3], e.eepromMatrix2[i], 1e-6);
         EXPECT_NEAR(0.25 + 0.05 * i, e.darkFloats[i], 1e-6);
     }
-    EXPECT_EQ('D', e.modelLetter);
-    EXPECT_EQ(13, e.formatWord);
+    EXPECT_EQ(e.modelLetter, 'D');
+    EXPECT_EQ(e.formatWord, 13);
 
     Open(19);
     ASSERT_EQ(ZEL_OK, AltrixReturnEEPROMStructure_M(&device, &e));
-    EXPECT_EQ(1'000'000'002U, e.date3);
-    EXPECT_EQ(1.5F, e.page2Floats[0]);
+    EXPECT_EQ(e.date3, 1'000'000'002U);
+    EXPECT_EQ(e.page2Floats[0], 1.5F);
     EXPECT_NEAR(0.7, e.ambientScale[2], 1e-6);
     ZelCalHeader header{};
     ASSERT_EQ(ZEL_OK, AltrixReturnCalHeader_M(&device, &header));
-    EXPECT_EQ(0, std::memcmp(&header, &device.header, sizeof header));
+    EXPECT_EQ(std::memcmp(&header, &device.header, sizeof header), 0);
 
     Open(4);
     std::uint8_t image[128];
@@ -385,5 +385,5 @@ TEST_F(MemoryTest, TheRecordHoldsBothLayouts)
     ASSERT_EQ(ZEL_OK, AltrixWriteEntireEEPROM_M(&device, image));
     EXPECT_TRUE(std::equal(image, image + 128, instrument.cells.begin()));
     const std::string frames = instrument.TakeFrames();
-    EXPECT_EQ(128 + 2, std::ranges::count(frames, ',') + 1) << "writes what differs";
+    EXPECT_EQ(std::ranges::count(frames, ',') + 1, 128 + 2) << "writes what differs";
 }

@@ -24,8 +24,8 @@ TEST_F(ValuesTest, ColoursAreWholeRecords)
     const double opposite[9] = {1, 0, 0, 0, 1, 0, -1, -1, 0};
     std::copy_n(opposite, 9, device.header.calMatrix);
     EXPECT_EQ(ZEL_NO_COLOUR, zelMeasureLCDYxySim_M(&device, 1, &black));
-    EXPECT_EQ(0.0001, black.Y) << "stands, in its own unit";
-    EXPECT_EQ(0.0, black.x);
+    EXPECT_EQ(black.Y, 0.0001) << "stands, in its own unit";
+    EXPECT_EQ(black.x, 0.0);
 }
 
 TEST_F(ValuesTest, EveryMeasurementStartsAnew)
@@ -38,19 +38,19 @@ TEST_F(ValuesTest, EveryMeasurementStartsAnew)
         ASSERT_EQ(ZEL_OK, MakeCall(call, &device, arguments));
     }
     ZelCalHeader& header = device.header;
-    EXPECT_EQ(5U, header.channelCount[2]);
+    EXPECT_EQ(header.channelCount[2], 5U);
     for (int i = 0; i < 3; ++i) {
-        EXPECT_EQ(0U, header.edgeCount[i] + header.periodCount[i] + header.wideCount[i]);
-        EXPECT_EQ(0.0, header.edgeRGB[i] + header.periodRGB[i]);
-        EXPECT_EQ(0, header.periodsRGB[i] + header.edgesRGB[i] + header.repeatCount[i] + header.periodsLeft[i]);
+        EXPECT_EQ(header.edgeCount[i] + header.periodCount[i] + header.wideCount[i], 0U);
+        EXPECT_EQ(header.edgeRGB[i] + header.periodRGB[i], 0.0);
+        EXPECT_EQ(header.periodsRGB[i] + header.edgesRGB[i] + header.repeatCount[i] + header.periodsLeft[i], 0);
     }
     header.scaledRGB[0] = header.wideEdges[1] = header.edgeTimeLimit = 1;
     std::uint32_t raw[3];
     ASSERT_EQ(ZEL_OK, zelMeasureRawData_M(&device, raw));
-    EXPECT_EQ(0.0, header.scaledRGB[0]);
-    EXPECT_EQ(0, header.wideEdges[1]);
-    EXPECT_EQ(255, header.edgeTimeLimit);
-    EXPECT_EQ(0U, header.channelCount[2]) << "raw counts go to the caller alone";
+    EXPECT_EQ(header.scaledRGB[0], 0.0);
+    EXPECT_EQ(header.wideEdges[1], 0);
+    EXPECT_EQ(header.edgeTimeLimit, 255);
+    EXPECT_EQ(header.channelCount[2], 0U) << "raw counts go to the caller alone";
 }
 
 TEST_F(ValuesTest, ProgressiveSumsSurviveMoreRepetitionsThanTheirField)
@@ -59,8 +59,8 @@ TEST_F(ValuesTest, ProgressiveSumsSurviveMoreRepetitionsThanTheirField)
     instrument.Script("13:60 2:30 3:30");
     ZelYxyz colour;
     ASSERT_EQ(ZEL_OK, zelMeasureYxyProgressive_M(&device, 1, &colour));
-    EXPECT_EQ(3000060U, device.header.wideCount[0]);
-    EXPECT_EQ(32767, device.header.repeatCount[0]);
+    EXPECT_EQ(device.header.wideCount[0], 3000060U);
+    EXPECT_EQ(device.header.repeatCount[0], 32767);
     EXPECT_NEAR(41666.449, device.header.edgeRGB[0], 1e-2);
 }
 
@@ -100,7 +100,7 @@ TEST_F(ValuesTest, DarkReferencesAreMeansOfTheirReadings)
         const double values[3] = {0.25, 0.25, bad};
         instrument.TakeFrames();
         EXPECT_EQ(ZEL_OUT_OF_RANGE, AltrixStoreDarkCurrent_M(&device, values));
-        EXPECT_EQ("", instrument.TakeFrames());
+        EXPECT_EQ(instrument.TakeFrames(), "");
     }
 }
 
@@ -156,7 +156,7 @@ TEST_F(ValuesTest, WithoutAClockReadingsAreDarkAndNothingInfiniteIsStored)
     EXPECT_EQ(ZEL_OUT_OF_RANGE, zelSetLCDTargetTime_M(&device, 1.0));
     double seconds = 7;
     EXPECT_EQ(ZEL_OUT_OF_RANGE, zelGetLCDTargetTime_M(&device, &seconds));
-    EXPECT_EQ(7.0, seconds);
+    EXPECT_EQ(seconds, 7.0);
     AttachBy("6 @40=0000");
     ASSERT_EQ(ZEL_OK, zelOpenCalibrator_M(&device, 0, version));
     EXPECT_EQ(ZEL_NO_INTEGRATION_TIME, zelMeasureLuminance_M(&device, 1, &seconds)) << "no tick";
@@ -190,7 +190,7 @@ TEST_F(ValuesTest, TheWaitForTheLoopEnds)
     instrument.lockDetect = 240;
     instrument.TakeFrames();
     EXPECT_EQ(ZEL_OK, TenrixWaitForPLLToSettle_M(&device));
-    EXPECT_EQ("24", instrument.TakeFrames());
+    EXPECT_EQ(instrument.TakeFrames(), "24");
 
     instrument.lockDetect = 0;
     instrument.exchangeMicroseconds = 0; // a clock that stands still

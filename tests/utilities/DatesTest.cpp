@@ -34,23 +34,23 @@ constexpr const char* centralEurope = "CET-1CEST,M3.5.0,M10.5.0/3";
 TEST(DateTime, WritesLocalTimeByItsFormats)
 {
     DateTime moment(1044072306); // 2003-02-01 04:05:06 UTC
-    EXPECT_EQ("2003-02-01/04:05:06", moment.GetDateTime());
-    EXPECT_EQ("2003-02-01", moment.GetDate());
-    EXPECT_EQ("04:05:06", moment.GetTime());
+    EXPECT_EQ(moment.GetDateTime(), "2003-02-01/04:05:06");
+    EXPECT_EQ(moment.GetDate(), "2003-02-01");
+    EXPECT_EQ(moment.GetTime(), "04:05:06");
     moment.SetDateFormat("%d.%m.%y");
-    EXPECT_EQ("01.02.03", moment.GetDate());
+    EXPECT_EQ(moment.GetDate(), "01.02.03");
     moment.SetTimeFormat(std::string(63, 'x'));
-    EXPECT_EQ(63U, moment.GetTime().size());
+    EXPECT_EQ(moment.GetTime().size(), 63U);
     moment.SetTimeFormat(std::string(64, 'x'));
-    EXPECT_EQ("", moment.GetTime());
-    EXPECT_EQ("", DateTime(0).GetDateTime());
-    EXPECT_EQ("", DateTime("yesterday").GetDate());
+    EXPECT_EQ(moment.GetTime(), "");
+    EXPECT_EQ(DateTime(0).GetDateTime(), "");
+    EXPECT_EQ(DateTime("yesterday").GetDate(), "");
     const Zone zone(centralEurope);
-    EXPECT_EQ("2003-02-01/05:05:06", moment.GetDateTime());
-    EXPECT_EQ("2003-07-01/02:00:00", DateTime(1057017600).GetDateTime()); // 00:00 UTC, in summer
+    EXPECT_EQ(moment.GetDateTime(), "2003-02-01/05:05:06");
+    EXPECT_EQ(DateTime(1057017600).GetDateTime(), "2003-07-01/02:00:00"); // 00:00 UTC, in summer
     // A text is in the zone's standard time in summer too.
-    EXPECT_EQ(1044072306 - 3600, DateTime("2003-02-01/04:05:06").GetLongTime());
-    EXPECT_EQ("2003-07-01/05:05:06", DateTime("2003-07-01/04:05:06").GetDateTime());
+    EXPECT_EQ(DateTime("2003-02-01/04:05:06").GetLongTime(), 1044072306 - 3600);
+    EXPECT_EQ(DateTime("2003-07-01/04:05:06").GetDateTime(), "2003-07-01/05:05:06");
 }
 
 TEST(DateTime, ReadsTheFixedForm)

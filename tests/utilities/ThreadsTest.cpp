@@ -140,13 +140,13 @@ TEST(Thread, IsLeftAloneByItsDestructor)
 TEST(Thread, IsARefusedResourceWhenThereIsNone)
 {
     pthread_attr_t before, huge;
-    ASSERT_EQ(0, ::pthread_getattr_default_np(&before));
-    ASSERT_EQ(0, ::pthread_attr_init(&huge));
-    ASSERT_EQ(0, ::pthread_attr_setstacksize(&huge, std::size_t(1) << 46));
-    ASSERT_EQ(0, ::pthread_setattr_default_np(&huge));
+    ASSERT_EQ(::pthread_getattr_default_np(&before), 0);
+    ASSERT_EQ(::pthread_attr_init(&huge), 0);
+    ASSERT_EQ(::pthread_attr_setstacksize(&huge, std::size_t(1) << 46), 0);
+    ASSERT_EQ(::pthread_setattr_default_np(&huge), 0);
     const std::string failure = Thrown([] { Elsewhere([] {}); });
     ::pthread_setattr_default_np(&before);
-    EXPECT_EQ("ResourceException: Can't create thread.", failure);
+    EXPECT_EQ(failure, "ResourceException: Can't create thread.");
 }
 
 TEST(Mutex, IsOneLockForAllHoldersOfItsName)
@@ -202,7 +202,7 @@ TEST(Mutex, GuardsDataOfManyThreads)
                 }
             });
         }
-        EXPECT_EQ(4000, counter);
+        EXPECT_EQ(counter, 4000);
     }
 }
 
@@ -213,9 +213,9 @@ TEST(Mutex, WithoutANameIsRecursiveAndHasNoTimeLimit)
     mutex.Lock();
     mutex.Lock();
     Elsewhere([&] { other.Lock(); }); // its own
-    EXPECT_EQ("RuntimeException: CriticalSection::TryLock: not yet implemented (TryEnterCriitcalSection not exists on  "
-              "Win9X)",
-              Thrown([&] { mutex.TryLock(0); }));
+    EXPECT_EQ(Thrown([&] { mutex.TryLock(0); }),
+              "RuntimeException: CriticalSection::TryLock: not yet implemented (TryEnterCriitcalSection not exists on  "
+              "Win9X)");
 }
 
 TEST(Semaphore, CountsItsUnits)
@@ -231,10 +231,10 @@ TEST(Semaphore, CountsItsUnits)
     EXPECT_TRUE(semaphore->TryLock(0));
     EXPECT_TRUE(semaphore->TryLock(0));
     EXPECT_FALSE(semaphore->TryLock(0));
-    EXPECT_EQ("InvalidArgumentException: handle is NULL", Thrown([] { Semaphore::NewInstance("", 0); }));
+    EXPECT_EQ(Thrown([] { Semaphore::NewInstance("", 0); }), "InvalidArgumentException: handle is NULL");
     Win32Lockable<SynchronizationObject::Impl> broken(std::make_unique<BrokenQueue>([] {}, Outcome::failed), "");
-    EXPECT_EQ("InvalidArgumentException: invalid mutex", Thrown([&] { broken.TryLock(0); }));
-    EXPECT_EQ("InvalidArgumentException: invalid mutex", Thrown([&] { broken.Lock(); }));
+    EXPECT_EQ(Thrown([&] { broken.TryLock(0); }), "InvalidArgumentException: invalid mutex");
+    EXPECT_EQ(Thrown([&] { broken.Lock(); }), "InvalidArgumentException: invalid mutex");
 }
 
 TEST(Condition, DoesNotRememberASignalWithoutAWaiter)
@@ -287,13 +287,13 @@ TEST(Condition, WakesAllWaitersByABroadcastAndOneByASignal)
     until(waiting, 3);
     locked(&ConditionImpl::Broadcast);
     until(waiting, 6);
-    EXPECT_EQ(3, woken);
-    EXPECT_EQ(1, sets) << "the last one alone tells that all are awake";
+    EXPECT_EQ(woken, 3);
+    EXPECT_EQ(sets, 1) << "the last one alone tells that all are awake";
     for (int i = 1; i <= 3; ++i) {
         locked(&ConditionImpl::Signal);
         until(woken, 3 + i);
     }
-    EXPECT_EQ(1, sets) << "a signal is no broadcast, after one either";
+    EXPECT_EQ(sets, 1) << "a signal is no broadcast, after one either";
 }
 
 TEST(Condition, ForgetsAWaiterThatIsCancelled)

@@ -89,10 +89,10 @@ TEST(LexicalCast, ReadsAsAStreamDoes)
 TEST(LexicalCast, WritesNumbersAsAStreamDoes)
 {
     enum Pipe { control, bulkIn };
-    EXPECT_EQ("1", lexical_cast<std::string>(bulkIn));
-    EXPECT_EQ("-2147483648", lexical_cast<std::string>(std::numeric_limits<std::int32_t>::min()));
-    EXPECT_EQ("4294967295", lexical_cast<std::string>(std::uint32_t(4294967295)));
-    EXPECT_EQ("65535", lexical_cast<std::string>(std::uint16_t(65535)));
+    EXPECT_EQ(lexical_cast<std::string>(bulkIn), "1");
+    EXPECT_EQ(lexical_cast<std::string>(std::numeric_limits<std::int32_t>::min()), "-2147483648");
+    EXPECT_EQ(lexical_cast<std::string>(std::uint32_t(4294967295)), "4294967295");
+    EXPECT_EQ(lexical_cast<std::string>(std::uint16_t(65535)), "65535");
 
     for (const float value : {0.0F, -0.0F, 1.0F, 0.1F, 100.0F, 123456.0F, 1234567.0F, 1e-5F, 0.0001F, 95.047F, 1e20F,
                               1.17549435e-38F, 3.4028235e38F, INFINITY, -INFINITY, NAN, -NAN})
@@ -112,9 +112,9 @@ TEST(LexicalCast, IgnoresTheApplicationsLocale)
     const auto tail = Cast<long>("1.234x");
     const std::string written = lexical_cast<std::string>(1234567) + " " + lexical_cast<std::string>(0.5F);
     std::locale::global(before);
-    EXPECT_EQ(1.5F, read);
-    EXPECT_EQ(1, tail);
-    EXPECT_EQ("1234567 0.5", written);
+    EXPECT_EQ(read, 1.5F);
+    EXPECT_EQ(tail, 1);
+    EXPECT_EQ(written, "1234567 0.5");
 }
 
 TEST(LexicalCast, NamesTextAndTypesInItsRefusal)
@@ -123,7 +123,7 @@ TEST(LexicalCast, NamesTextAndTypesInItsRefusal)
         lexical_cast<long>("x");
         FAIL();
     } catch (const std::invalid_argument& e) {
-        EXPECT_STREQ("lexical_cast(): fail to convert 'x' from char const* to long", e.what());
+        EXPECT_STREQ(e.what(), "lexical_cast(): fail to convert 'x' from char const* to long");
     }
 }
 
@@ -140,13 +140,13 @@ TEST(SmartPointer, DeletesThePointeeOnceWithItsLastOwner)
             third = itself;
             first = 0;
             EXPECT_FALSE(first.IsValid());
-            EXPECT_EQ(1, alive);
+            EXPECT_EQ(alive, 1);
             first = third;
         }
-        EXPECT_EQ(1, alive);
+        EXPECT_EQ(alive, 1);
         const SmartPointer<CountedMore> derived(new CountedMore(alive));
         first = derived;
-        EXPECT_EQ(1, alive);
+        EXPECT_EQ(alive, 1);
         SmartPointer<Counted> moved(std::move(first));
         EXPECT_FALSE(first.IsValid());
         EXPECT_EQ(&*derived, &*moved);
@@ -155,7 +155,7 @@ TEST(SmartPointer, DeletesThePointeeOnceWithItsLastOwner)
         EXPECT_THROW(first = 5, std::invalid_argument);
         EXPECT_TRUE(first.IsValid());
     }
-    EXPECT_EQ(0, alive);
+    EXPECT_EQ(alive, 0);
 }
 
 TEST(SmartPointer, RefusesToBeUsedWhileEmpty)

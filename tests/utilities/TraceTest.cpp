@@ -60,7 +60,7 @@ TEST(TraceGuard, AppendsEveryFrameToTheSameObjectFromTheThrowSiteOutward)
         FAIL();
     } catch (const IOException& e) {
         EXPECT_EQ(inner, &e);
-        EXPECT_STREQ("pulled", e.what());
+        EXPECT_STREQ(e.what(), "pulled");
         EXPECT_THAT(e.Trace(),
                     ElementsAre("site", MatchesRegex("Owner::Owner\\(\\): tests/utilities/TraceTest.cpp:[0-9]+"),
                                 StartsWith("Frame::middle(): "), StartsWith("Frame::outer(): ")));
@@ -75,7 +75,7 @@ TEST(TraceGuard, PutsTheTraceIntoWhatOnDemand)
         EXPECT_STREQ(text, e.what());
         EXPECT_STREQ(text, static_cast<const std::exception&>(e).what());
         EXPECT_STREQ(text, static_cast<const TraceableException&>(e).what());
-        EXPECT_STREQ("x", e.PlainWhat());
+        EXPECT_STREQ(e.PlainWhat(), "x");
     };
     everySide("x");
     TraceableException::SetTraceInWhat(true);
@@ -85,7 +85,7 @@ TEST(TraceGuard, PutsTheTraceIntoWhatOnDemand)
     const std::string withoutMemory = traced.what();
     StopFailing();
     TraceableException::SetTraceInWhat(false);
-    EXPECT_EQ("x", withoutMemory);
+    EXPECT_EQ(withoutMemory, "x");
 }
 
 TEST(TraceGuard, TurnsWhatIsNotOfTheFamilyIntoIt)
@@ -121,7 +121,7 @@ TEST(TraceGuard, TurnsWhatIsNotOfTheFamilyIntoIt)
             EXPECT_EQ(std::string("Vondrel::Utilities::Exceptions::") + c.type, TypeName(typeid(e)));
             EXPECT_THAT(e.what(), MatchesRegex(c.what));
             const auto* traced = dynamic_cast<const TraceableException*>(&e);
-            ASSERT_NE(nullptr, traced);
+            ASSERT_NE(traced, nullptr);
             EXPECT_THAT(traced->Trace(), ElementsAre(StartsWith("Frame::Method(): ")));
         }
     }
@@ -159,7 +159,7 @@ TEST(TraceGuard, LetsAThreadEnd)
         isPast = true;
         return nullptr;
     };
-    ASSERT_EQ(0, ::pthread_create(&thread, nullptr, run, nullptr));
+    ASSERT_EQ(::pthread_create(&thread, nullptr, run, nullptr), 0);
     ::pthread_join(thread, nullptr);
     EXPECT_FALSE(isPast);
 }
@@ -179,12 +179,12 @@ TEST(SDKError, TellsWhatItWasMadeFrom)
     IOException source("No devices connected", "site");
     source.Trace().push_back("frame");
     SDKError error(2, source);
-    EXPECT_EQ(2, error.Code());
-    EXPECT_EQ("No devices connected\nIOException\nsite\nframe\n", error.ExtendedInformation());
-    EXPECT_EQ("m\n\nsite\n", SDKError(9, "m", "site").ExtendedInformation());
-    EXPECT_EQ("m\nVondrel::CMetry::CMetryException\n\n",
-              SDKError(9, Vondrel::CMetry::CMetryException("m", "")).ExtendedInformation());
+    EXPECT_EQ(error.Code(), 2);
+    EXPECT_EQ(error.ExtendedInformation(), "No devices connected\nIOException\nsite\nframe\n");
+    EXPECT_EQ(SDKError(9, "m", "site").ExtendedInformation(), "m\n\nsite\n");
+    EXPECT_EQ(SDKError(9, Vondrel::CMetry::CMetryException("m", "")).ExtendedInformation(),
+              "m\nVondrel::CMetry::CMetryException\n\n");
     error = SDKError();
-    EXPECT_EQ(0, error.Code());
-    EXPECT_EQ("no error\n\n\n", error.ExtendedInformation());
+    EXPECT_EQ(error.Code(), 0);
+    EXPECT_EQ(error.ExtendedInformation(), "no error\n\n\n");
 }

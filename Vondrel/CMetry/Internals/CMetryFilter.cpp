@@ -25,7 +25,7 @@ constexpr IlluminantRow illuminantRows[] = {
     {IlluminationTYPE::S2, &daylightBasis[2]},
 };
 
-} // namespace
+}
 
 void CMetryFilter::Renew(const VDMeasureConditions& other)
 try {
@@ -71,4 +71,4 @@ const StandardTable* CMetryFilter::GetObserverTables(Observer observer)
     return observer == Observer::TwoDegree ? observer1931 : observer1964;
 }
 
-} // namespace
+}

@@ -68,4 +68,4 @@ private:
     VDMeasureConditions conditions; // default ones before the first weights
 };
 
-} // namespace
+}

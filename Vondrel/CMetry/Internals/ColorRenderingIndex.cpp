@@ -139,7 +139,7 @@ double GetGeneralIndex(const Rendering& reference, const Rendering& source)
     return sum / static_cast<double>(source.samples.size());
 }
 
-} // namespace
+}
 
 float ColorRenderingIndex::GetColorRenderingIndex(const VDSpectrum& spectrum, bool& valid, std::string& reference) const
 try {
@@ -177,4 +177,4 @@ float ColorRenderingIndex::Find(const Weightfactors& emission, const float* ligh
     return static_cast<float>(std::trunc(index + 0.5));
 }
 
-} // namespace
+}

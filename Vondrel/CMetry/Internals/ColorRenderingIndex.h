@@ -29,4 +29,4 @@ public:
                       IlluminationTYPE& daylight);
 };
 
-} // namespace
+}

@@ -133,7 +133,7 @@ constexpr double minTemperature = 200.0;     // kelvin
 constexpr double maxTemperature = 1000000.0; // kelvin
 constexpr double resolution = 0.5;           // kelvin
 
-} // namespace
+}
 
 VDSpectrum ColorTemperature::GetPlanckRadiator(float temperature, const VDMeasureConditions& conditions) const
 try {
@@ -190,4 +190,4 @@ VDSpectrum::ValueArray ColorTemperature::GetPlanckValues(float temperature)
     return values;
 }
 
-} // namespace
+}

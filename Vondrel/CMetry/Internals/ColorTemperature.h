@@ -30,4 +30,4 @@ public:
     static VDSpectrum::ValueArray GetPlanckValues(float temperature);
 };
 
-} // namespace
+}

@@ -37,7 +37,7 @@ constexpr float s2[] = {0.0F,  1.0F,   2.0F,  3.0F,   4.0F,  6.25F,  8.5F,  8.15
                         7.0F,  7.3F,   7.6F,  7.8F,   8.0F,  7.35F,  6.7F,  5.95F,  5.2F,  6.3F,  7.4F,  7.1F,
                         6.8F,  6.9F,   7.0F,  6.7F,   6.4F,  5.95F,  5.5F,  5.8F,   6.1F,  6.3F,  6.5F};
 
-} // namespace
+}
 
 const StandardTable daylightBasis[3] = {
     {300, 830, 5, s0},
@@ -45,4 +45,4 @@ const StandardTable daylightBasis[3] = {
     {300, 830, 5, s2},
 };
 
-} // namespace
+}

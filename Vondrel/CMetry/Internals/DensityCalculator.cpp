@@ -116,7 +116,7 @@ bool GetSorted(const VDSpectrum& spectrum, DensityStandard standard, bool paperR
     return done;
 }
 
-} // namespace
+}
 
 DensityFilter DensityCalculator::actDensityStdFilter;
 DensityCalculator::Calibration DensityCalculator::calibration;
@@ -383,4 +383,4 @@ try {
 }
 TRACE_GUARD("DensityCalculator", "GetHueError")
 
-} // namespace
+}

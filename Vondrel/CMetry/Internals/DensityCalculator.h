@@ -118,4 +118,4 @@ private:
     static Calibration calibration;
 };
 
-} // namespace
+}

@@ -113,7 +113,7 @@ constexpr DensityCurve spiYellow = {
     0.0F,        0.0F,       0.0F,       0.0F,      0.0F,       0.0F,       0.0F,       0.0F,        0.0F,
     0.0F,        0.0F,       0.0F,       0.0F,      0.0F,       0.0F,       0.0F,       0.0F,        0.0F};
 
-} // namespace
+}
 
 const DensityCurves densityCurves[7] = {
     {black, dinCyan, dinMagenta, dinYellow},       {black, dinnbCyan, dinnbMagenta, dinnbYellow},
@@ -122,4 +122,4 @@ const DensityCurves densityCurves[7] = {
     {black, spiCyan, spiMagenta, spiYellow},
 };
 
-} // namespace
+}

@@ -19,7 +19,7 @@ std::size_t CheckChannel(std::size_t channel)
     return channel;
 }
 
-} // namespace
+}
 
 void DensityFilter::SetDensityStandard(DensityStandard standard)
 try {
@@ -67,4 +67,4 @@ try {
 }
 TRACE_GUARD("DensityFilter", "operator[]")
 
-} // namespace
+}

@@ -48,4 +48,4 @@ private:
     DensityStandard densityStandard = DensityStandard::Undefined;
 };
 
-} // namespace
+}

@@ -57,4 +57,4 @@ bool Filter::operator==(const Filter& other) const
     return std::bit_cast<Bits>(values) == std::bit_cast<Bits>(other.values);
 }
 
-} // namespace
+}

@@ -42,4 +42,4 @@ private:
     Curve values{};
 };
 
-} // namespace
+}

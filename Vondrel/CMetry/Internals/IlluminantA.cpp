@@ -35,8 +35,8 @@ constexpr auto values = [] {
     return table;
 }();
 
-} // namespace
+}
 
 const StandardTable illuminantA = {first, last, 1, values.data()};
 
-} // namespace
+}

@@ -16,8 +16,8 @@ constexpr float values[] = {
     103.05F, 103.9F,  104.59F, 105.0F, 105.08F, 104.9F, 104.55F, 103.9F, 102.84F, 101.6F,  100.38F, 99.1F,   97.7F,
     96.2F,   94.6F,   92.9F,   91.1F,  89.4F,   88.0F,  86.9F,   85.9F,  85.2F,   84.8F,   84.7F,   84.9F,   85.4F};
 
-} // namespace
+}
 
 const StandardTable illuminantB = {320, 770, 5, values};
 
-} // namespace
+}

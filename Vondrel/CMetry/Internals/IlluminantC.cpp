@@ -15,8 +15,8 @@ constexpr float values[] = {
     88.2F,  88.2F,   87.9F,  87.22F, 86.3F,  85.3F,  84.0F,  82.21F,  80.2F,  78.24F,  76.3F,  74.36F,  72.4F,  70.4F,
     68.3F,  66.3F,   64.4F,  62.8F,  61.5F,  60.2F,  59.2F,  58.5F,   58.1F,  58.0F,   58.2F,  58.5F,   59.1F};
 
-} // namespace
+}
 
 const StandardTable illuminantC = {300, 780, 5, values};
 
-} // namespace
+}

@@ -16,8 +16,8 @@ constexpr float values[] = {
     76.85F, 81.68F, 86.51F, 89.55F, 92.58F, 85.4F,   78.23F,  67.96F,  57.69F,  70.31F,  82.92F, 80.6F,  78.27F, 78.91F,
     79.55F, 76.48F, 73.4F,  68.66F, 63.92F, 67.35F,  70.78F,  72.61F,  74.44F};
 
-} // namespace
+}
 
 const StandardTable illuminantD50 = {300, 830, 5, values};
 
-} // namespace
+}

@@ -17,8 +17,8 @@ constexpr float values[] = {
     70.24F,  74.77F,  79.3F,   82.15F,  84.99F,  78.44F,  71.88F, 62.34F,  52.79F,  64.36F,  75.93F,  73.87F,
     71.82F,  72.38F,  72.94F,  70.14F,  67.35F,  63.04F,  58.73F, 61.86F,  64.99F,  66.65F,  68.31F};
 
-} // namespace
+}
 
 const StandardTable illuminantD55 = {300, 830, 5, values};
 
-} // namespace
+}

@@ -57,8 +57,8 @@ constexpr float values[] = {
     55.7961F, 56.3443F, 56.8924F, 57.4406F, 57.7278F, 58.015F,  58.3022F, 58.5894F, 58.8765F, 59.1637F, 59.4509F,
     59.7381F, 60.0253F, 60.3125F};
 
-} // namespace
+}
 
 const StandardTable illuminantD65 = {300, 830, 1, values};
 
-} // namespace
+}

@@ -18,8 +18,8 @@ constexpr float values[] = {
     56.44F,  60.34F,  64.24F,  66.7F,   69.15F,  63.89F,  58.63F,  50.62F,  42.62F,  51.98F,  61.35F,  59.84F,
     58.32F,  58.73F,  59.14F,  56.94F,  54.73F,  51.32F,  47.92F,  50.42F,  52.92F,  54.23F,  55.54F};
 
-} // namespace
+}
 
 const StandardTable illuminantD75 = {300, 830, 5, values};
 
-} // namespace
+}

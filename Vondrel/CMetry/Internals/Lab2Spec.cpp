@@ -125,7 +125,7 @@ private:
     Vector target{}, error{};
 };
 
-} // namespace
+}
 
 bool Lab2Spec::GetSpectrum(const VDColorVector& lab, VDSpectrum& spectrum, float tolerance, bool useDeltaE94,
                            int maxIterations) const
@@ -150,4 +150,4 @@ bool Lab2Spec::Find(const ColorBasis& basis, const Color& lab, float* spectrum, 
     return Search(basis, lab, spectrum).Run(tolerance, useDeltaE94, maxIterations);
 }
 
-} // namespace
+}

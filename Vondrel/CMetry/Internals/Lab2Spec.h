@@ -23,4 +23,4 @@ public:
                      int maxIterations);
 };
 
-} // namespace
+}

@@ -282,7 +282,7 @@ constexpr float zBar[] = {0.0006061F,     0.0006808792F,   0.0007651456F,
                           0.00001F,       0.000007733333F, 0.0000054F,
                           0.0000032F,     0.000001333333F, 0.0F};
 
-} // namespace
+}
 
 const StandardTable observer1931[3] = {
     {360, 830, 1, xBar},
@@ -290,4 +290,4 @@ const StandardTable observer1931[3] = {
     {360, 650, 1, zBar},
 };
 
-} // namespace
+}

@@ -189,7 +189,7 @@ constexpr float zBar[] = {
     0.004714F,       0.003988F,      0.003289F,     0.002646F,     0.002063F,     0.001533F,     0.001091F,
     0.000711F,       0.000407F,      0.000184F,     0.000047F,     0.0F};
 
-} // namespace
+}
 
 const StandardTable observer1964[3] = {
     {360, 830, 1, xBar},
@@ -197,4 +197,4 @@ const StandardTable observer1964[3] = {
     {360, 560, 1, zBar},
 };
 
-} // namespace
+}

@@ -32,4 +32,4 @@ const std::array<SpectrumTable, 8> renderingSamples = {{
      0.481F, 0.567F, 0.627F, 0.663F, 0.685F, 0.700F, 0.709F, 0.715F, 0.719F, 0.720F, 0.722F, 0.727F},
 }};
 
-} // namespace
+}

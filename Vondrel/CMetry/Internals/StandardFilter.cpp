@@ -35,7 +35,7 @@ DaylightFactors GetDaylightFactors(double nominal)
             RoundToThreeDecimals((0.03 - 31.4424 * x + 30.0717 * y) / m)};
 }
 
-} // namespace
+}
 
 StandardFilter::StandardFilter(const StandardTable& table)
     : stepSize(table.stepSize),
@@ -79,4 +79,4 @@ void StandardFilter::SetDxxIllumination(std::uint16_t nominal)
         values[i] = static_cast<float>(power(i) * 100.0 / unity);
 }
 
-} // namespace
+}

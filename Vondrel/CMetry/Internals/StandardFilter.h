@@ -47,4 +47,4 @@ private:
     std::array<float, maxValues> values;
 };
 
-} // namespace
+}

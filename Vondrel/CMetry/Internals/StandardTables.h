@@ -55,4 +55,4 @@ using DensityCurves = std::array<DensityCurve, densityChannels>;
 /// The curves of the standards DIN, DINNB, ANSIA, ANSIE, ANSII, ANSIT and SPI, by the number of the standard.
 extern const DensityCurves densityCurves[7];
 
-} // namespace
+}

@@ -137,7 +137,7 @@ const VDSpectrum* FindSpectrum(const VDMeasureConditions& conditions)
         : nullptr;
 }
 
-} // namespace
+}
 
 Weightfactors::Weightfactors(const VDMeasureConditions& conditions)
     : Weightfactors(conditions.GetIllumination(), conditions.GetObserver(),
@@ -267,4 +267,4 @@ void Weightfactors::CalculateSum()
     filterSum[1] = 100.0F;
 }
 
-} // namespace
+}

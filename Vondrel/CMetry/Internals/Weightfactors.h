@@ -61,4 +61,4 @@ private:
     bool emission = false;
 };
 
-} // namespace
+}

@@ -3,8 +3,8 @@
 //   process_host CASE LIBRARY       opens the library by its path
 // Cases: atexit, global, fork-exit, fork-reset. Exit code 0 if all went well.
 
-#include "orvex-virtual.h"
 #include "orvex/ox.h"
+#include "virtual/orvex-virtual.h"
 
 #include <array>
 #include <csignal>
