@@ -309,12 +309,13 @@ TEST(Condition, ForgetsAWaiterThatIsCancelled)
     semaphore->Lock();
     std::atomic<int> waiting = 0;
     const auto cancel = [&](const Task& wait) {
+        waiting = 0;
         std::thread thread([&] {
             const ScopedLock lock(mutex);
-            ++waiting;
+            waiting = 1;
             wait();
         });
-        for (const int before = waiting; waiting == before;)
+        while (waiting == 0)
             std::this_thread::yield();
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
         ::pthread_cancel(thread.native_handle());
