@@ -41,7 +41,7 @@ find_package(Threads REQUIRED)
 target_link_libraries(orvex_flags INTERFACE Threads::Threads)
 
 # Rooms that wait for an instrument or report failures: a release wants them small. The others compute, or stand in every call.
-set(ORVEX_SMALL_ROOMS platform_posix platform_real platform_libusb platform_automation utilities threads_and_dates timing
+set(ORVEX_SMALL_ROOMS platform_system platform_real platform_libusb platform_automation utilities threads_and_dates timing
     configuration usb lowlevel measurement device control)
 
 # orvex_room(NAME source...): one room as object code, linked into both libraries and into the tests.

@@ -16,7 +16,7 @@ constexpr std::int64_t settlingMicroseconds = 10'000;
 void Forget(CalDataBlock* device)
 {
     if (device->comm.portHandle != nullptr)
-        Platform::SerialForget(device->comm.portHandle);
+        Platform::Ports().Forget(device->comm.portHandle);
     device->comm.portHandle = nullptr;
     device->header.isOpen = 0;
     device->header.calibratorType = 0;

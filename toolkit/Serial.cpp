@@ -44,7 +44,7 @@ int SetLimits(CalDataBlock* device, Platform::SerialLimits limits)
     device->comm.commTimeouts[2] = limits.readConstant;
     device->comm.commTimeouts[3] = limits.writeMultiplier;
     device->comm.commTimeouts[4] = limits.writeConstant;
-    return Platform::SerialSetLimits(device->comm.portHandle, &limits);
+    return Platform::Ports().SetLimits(device->comm.portHandle, &limits);
 }
 
 std::uint32_t Milliseconds(std::uint32_t seconds)
@@ -55,21 +55,20 @@ std::uint32_t Milliseconds(std::uint32_t seconds)
 /// Line settings and control lines, with the pauses that the instrument needs to start on the port's power.
 int SetUpLine(CalDataBlock* device)
 {
+    Platform::SerialPorts& ports = Platform::Ports();
     Platform::SerialHandle handle = device->comm.portHandle;
-    if (const int error = Platform::SerialConfigure(handle))
+    if (const int error = ports.Configure(handle))
         return error;
     NoteLine(device);
-    Platform::SerialSetDtr(handle, false);
-    Platform::SerialSetRts(handle, false);
+    ports.SetLines(handle, false);
     Platform::SleepMicroseconds(500'000);
     if (const int error = SetLimits(device, {2500, 250, 1, 250, 250}))
         return error;
-    Platform::SerialSetDtr(handle, true);
-    Platform::SerialSetRts(handle, true);
+    ports.SetLines(handle, true);
     Platform::SleepMicroseconds(1'000'000);
     std::uint8_t discarded = 0;
     std::size_t moved = 0;
-    Platform::SerialRead(handle, &discarded, 1, &moved);
+    ports.Read(handle, &discarded, 1, &moved);
     return SetReplyLimit(device, device->comm.timeOutSeconds);
 }
 
@@ -89,7 +88,7 @@ std::int32_t WriteFrame(CalDataBlock* device, const std::uint8_t* command, std::
         EndTrace(device);
     }
     std::size_t moved = 0;
-    const int error = Platform::SerialWrite(device->comm.portHandle, frame, size, &moved);
+    const int error = Platform::Ports().Write(device->comm.portHandle, frame, size, &moved);
     return error == 0 && moved == size ? ZEL_OK : ZEL_NO_REPLY;
 }
 
@@ -97,12 +96,12 @@ std::int32_t ReadReply(CalDataBlock* device, std::uint8_t* reply, std::uint32_t*
 {
     std::uint8_t count = 0;
     std::size_t moved = 0;
-    if (Platform::SerialRead(device->comm.portHandle, &count, 1, &moved) != 0 || moved != 1)
+    if (Platform::Ports().Read(device->comm.portHandle, &count, 1, &moved) != 0 || moved != 1)
         return ZEL_NO_REPLY;
     if (count == 0 || count > longestReply)
         return ZEL_OK;
     std::uint8_t bytes[longestReply];
-    if (Platform::SerialRead(device->comm.portHandle, bytes, count, &moved) != 0)
+    if (Platform::Ports().Read(device->comm.portHandle, bytes, count, &moved) != 0)
         return ZEL_READ_FAILED;
     if (moved != count)
         return ZEL_NO_REPLY;
@@ -117,13 +116,6 @@ std::int32_t ReadReply(CalDataBlock* device, std::uint8_t* reply, std::uint32_t*
     return ZEL_OK;
 }
 
-/// Clears the line's error state if throwing away what waits has failed.
-void Purge(Platform::SerialHandle handle, int (*purge)(Platform::SerialHandle) noexcept)
-{
-    if (purge(handle) != 0)
-        Platform::SerialClearError(handle);
-}
-
 }
 
 void ResetTimeOut(CalDataBlock* device)
@@ -136,7 +128,7 @@ void ResetTimeOut(CalDataBlock* device)
 int SetReplyLimit(CalDataBlock* device, std::uint32_t seconds)
 {
     Platform::SerialLimits limits{};
-    if (const int error = Platform::SerialGetLimits(device->comm.portHandle, &limits))
+    if (const int error = Platform::Ports().GetLimits(device->comm.portHandle, &limits))
         return error;
     device->comm.timeOutSeconds = seconds;
     limits.readConstant = Milliseconds(seconds);
@@ -151,14 +143,14 @@ std::int32_t OpenSerial(CalDataBlock* device, std::int32_t port)
     ResetTimeOut(device);
     if (port < 1 || port > 8)
         return ZEL_BAD_PORT;
-    if (Platform::SerialOpen(port, &device->comm.portHandle) != 0) {
+    if (Platform::Ports().Open(port, &device->comm.portHandle) != 0) {
         device->comm.portHandle = nullptr;
         return ZEL_BAD_ARGUMENT;
     }
     const char name[8] = {'C', 'O', 'M', static_cast<char>('0' + port), 0, 0, 0, 0};
     std::memcpy(device->comm.portName, name, sizeof name);
     if (SetUpLine(device) != 0) {
-        Platform::SerialClose(device->comm.portHandle);
+        Platform::Ports().Close(device->comm.portHandle);
         device->comm.portHandle = nullptr;
         return ZEL_PORT_SETUP;
     }
@@ -172,10 +164,10 @@ std::int32_t OpenSerial(CalDataBlock* device, std::int32_t port)
 void CloseSerial(CalDataBlock* device)
 {
     Platform::SerialHandle handle = device->comm.portHandle;
-    Purge(handle, Platform::SerialPurgeTransmit);
-    Platform::SerialSetDtr(handle, false);
-    Platform::SerialSetRts(handle, false);
-    Platform::SerialClose(handle);
+    Platform::SerialPorts& ports = Platform::Ports();
+    ports.Purge(handle, false);
+    ports.SetLines(handle, false);
+    ports.Close(handle);
     device->comm.portHandle = nullptr;
     if (std::FILE* trace = BeginTrace(device)) {
         std::fputs("Serial Close\n", trace);
@@ -207,7 +199,7 @@ std::int32_t Drain(Platform::SerialHandle handle, std::uint8_t* buffer, std::uin
     std::size_t moved = 1;
     *length = 0;
     while (*length < receiverSize) {
-        if (Platform::SerialRead(handle, buffer + *length, 1, &moved) != 0)
+        if (Platform::Ports().Read(handle, buffer + *length, 1, &moved) != 0)
             return ZEL_NO_REPLY;
         if (moved == 0)
             return ZEL_OK;
@@ -238,7 +230,7 @@ int32_t ZELCAL_CALL AltrixSendDataOnly_M(CalDataBlock* device, int32_t /*reserve
     if (device->header.portType != Toolkit::serialPort)
         return ZEL_BAD_ARGUMENT;
     std::size_t moved = 0;
-    const int error = Platform::SerialWrite(device->comm.portHandle, bytes, length, &moved);
+    const int error = Platform::Ports().Write(device->comm.portHandle, bytes, length, &moved);
     return error == 0 && moved == length ? ZEL_OK : ZEL_NO_REPLY;
 }
 
@@ -251,17 +243,16 @@ int32_t ZELCAL_CALL AltrixClearBuffer_M(CalDataBlock* device, int32_t /*reserved
 
     Platform::SerialHandle handle = device->comm.portHandle;
     Platform::SerialLimits limits{};
-    if (Platform::SerialGetLimits(handle, &limits) != 0)
+    if (Platform::Ports().GetLimits(handle, &limits) != 0)
         return ZEL_NO_REPLY;
     Platform::SerialLimits brief = limits;
     brief.readConstant = 100;
-    if (Platform::SerialSetLimits(handle, &brief) != 0)
+    if (Platform::Ports().SetLimits(handle, &brief) != 0)
         return ZEL_NO_REPLY;
     buffer[0] = 0;
     const int32_t status = Toolkit::Drain(handle, buffer, length);
-    Platform::SerialSetLimits(handle, &limits);
-    Toolkit::Purge(handle, Platform::SerialPurgeTransmit);
-    Toolkit::Purge(handle, Platform::SerialPurgeReceive);
+    Platform::Ports().SetLimits(handle, &limits);
+    Platform::Ports().Purge(handle, true);
     return status;
 }
 

@@ -1,4 +1,4 @@
-#include "platform/posix/DeviceChannel.h"
+#include "platform/DeviceChannel.h"
 
 #include "platform/posix/Descriptor.h"
 
@@ -9,13 +9,12 @@
 #include <string>
 #include <unistd.h>
 
-namespace Platform::Posix {
+namespace Platform {
 
 namespace {
 
 constexpr std::uint32_t lastIndex = 127;
 constexpr std::size_t exchangeSize = 8;
-constexpr const char* placeholder = "%u";
 
 struct Names {
     std::mutex mutex;
@@ -31,7 +30,7 @@ struct Names {
     {
         const std::lock_guard lock(mutex);
         std::string name = pattern;
-        return name.replace(name.find(placeholder), 2, std::to_string(index));
+        return name.replace(name.find("%u"), 2, std::to_string(index));
     }
 };
 
@@ -58,10 +57,10 @@ try {
     if (handle == nullptr || index > lastIndex)
         return EINVAL;
     *handle = nullptr;
-    const int descriptor = OpenDescriptor(Names::Instance().Name(index).c_str(), O_RDWR | O_NOCTTY);
+    const int descriptor = Posix::OpenDescriptor(Names::Instance().Name(index).c_str(), O_RDWR | O_NOCTTY);
     if (descriptor < 0)
         return errno;
-    *handle = ToHandle(descriptor);
+    *handle = Posix::ToHandle(descriptor);
     return 0;
 } catch (const std::exception&) {
     return ENOMEM;
@@ -69,7 +68,7 @@ try {
 
 int ChannelExchange(ChannelHandle handle, const std::uint8_t request[8], std::uint8_t answer[8]) noexcept
 {
-    const int descriptor = ToDescriptor(handle);
+    const int descriptor = Posix::ToDescriptor(handle);
     if (request == nullptr || answer == nullptr)
         return EINVAL;
     const int status =
@@ -81,21 +80,16 @@ int ChannelExchange(ChannelHandle handle, const std::uint8_t request[8], std::ui
 
 int ChannelClose(ChannelHandle handle) noexcept
 {
-    return ::close(ToDescriptor(handle)) < 0 ? errno : 0;
+    return ::close(Posix::ToDescriptor(handle)) < 0 ? errno : 0;
 }
 
 int SetChannelNamePattern(const char* pattern) noexcept
 try {
-    if (pattern == nullptr)
-        return EINVAL;
-    const std::string text = pattern;
-    const std::size_t place = text.find('%');
-    if (place == std::string::npos || text.compare(place, 2, placeholder) != 0
-        || text.find('%', place + 1) != std::string::npos)
+    if (pattern == nullptr || !IsChannelPattern(pattern))
         return EINVAL;
     Names& names = Names::Instance();
     const std::lock_guard lock(names.mutex);
-    names.pattern = text;
+    names.pattern = pattern;
     return 0;
 } catch (const std::exception&) {
     return ENOMEM;

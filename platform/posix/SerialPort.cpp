@@ -51,10 +51,9 @@ int Status(int result)
     return result < 0 ? errno : 0;
 }
 
-/// Sets or drops a control line. A pseudo-terminal has none.
-int SetLine(SerialHandle handle, int line, bool on)
+/// Raises or drops a control line. A pseudo-terminal has none.
+int SetLine(int descriptor, int line, bool on)
 {
-    const int descriptor = ToDescriptor(handle);
     const int status = Status(::ioctl(descriptor, on ? TIOCMBIS : TIOCMBIC, &line));
     const bool isMissing = status == ENOTTY || status == EINVAL;
     return isMissing && ::isatty(descriptor) == 1 ? 0 : status;
@@ -158,22 +157,27 @@ void SetRaw(termios& line)
     line.c_cc[VTIME] = 0;
 }
 
+/// All terminals of the machine. Limits are real monotonic time.
+class Terminals final : public SerialPorts {
+public:
+    int Open(std::int32_t port, SerialHandle* handle) noexcept override;
+    int Configure(SerialHandle handle) noexcept override;
+    int SetLines(SerialHandle handle, bool on) noexcept override;
+    int GetLimits(SerialHandle handle, SerialLimits* limits) noexcept override;
+    int SetLimits(SerialHandle handle, const SerialLimits* limits) noexcept override;
+    int Read(SerialHandle handle, std::uint8_t* bytes, std::size_t size, std::size_t* moved) noexcept override;
+    int Write(SerialHandle handle, const std::uint8_t* bytes, std::size_t size, std::size_t* moved) noexcept override;
+    int Purge(SerialHandle handle, bool received) noexcept override;
+    int Close(SerialHandle handle) noexcept override;
+    void Forget(SerialHandle handle) noexcept override;
+    int SetName(std::int32_t port, const char* name) noexcept override;
+};
+
+constinit Terminals terminals;
+
 }
 
-int SerialOpen(std::int32_t port, SerialHandle* handle) noexcept
-try {
-    if (!IsPort(port))
-        return EINVAL;
-    Memory& memory = Memory::Instance();
-    std::unique_lock lock(memory.mutex);
-    const std::string name = memory.names[port - 1];
-    lock.unlock();
-    return SerialOpenDevice(name.c_str(), handle);
-} catch (const std::exception&) {
-    return ENOMEM;
-}
-
-int SerialOpenDevice(const char* name, SerialHandle* handle) noexcept
+int OpenTerminal(const char* name, SerialHandle* handle) noexcept
 {
     if (name == nullptr || handle == nullptr)
         return EINVAL;
@@ -189,7 +193,20 @@ int SerialOpenDevice(const char* name, SerialHandle* handle) noexcept
     return 0;
 }
 
-int SerialConfigure(SerialHandle handle) noexcept
+int Terminals::Open(std::int32_t port, SerialHandle* handle) noexcept
+try {
+    if (!IsPort(port))
+        return EINVAL;
+    Memory& memory = Memory::Instance();
+    std::unique_lock lock(memory.mutex);
+    const std::string name = memory.names[port - 1];
+    lock.unlock();
+    return OpenTerminal(name.c_str(), handle);
+} catch (const std::exception&) {
+    return ENOMEM;
+}
+
+int Terminals::Configure(SerialHandle handle) noexcept
 {
     const int descriptor = ToDescriptor(handle);
     termios line{};
@@ -206,17 +223,15 @@ int SerialConfigure(SerialHandle handle) noexcept
     return isSet ? 0 : EINVAL;
 }
 
-int SerialSetDtr(SerialHandle handle, bool on) noexcept
+int Terminals::SetLines(SerialHandle handle, bool on) noexcept
 {
-    return SetLine(handle, TIOCM_DTR, on);
+    const int descriptor = ToDescriptor(handle);
+    const int dtr = SetLine(descriptor, TIOCM_DTR, on);
+    const int rts = SetLine(descriptor, TIOCM_RTS, on);
+    return dtr != 0 ? dtr : rts;
 }
 
-int SerialSetRts(SerialHandle handle, bool on) noexcept
-{
-    return SetLine(handle, TIOCM_RTS, on);
-}
-
-int SerialGetLimits(SerialHandle handle, SerialLimits* limits) noexcept
+int Terminals::GetLimits(SerialHandle handle, SerialLimits* limits) noexcept
 {
     const int descriptor = ToDescriptor(handle);
     if (limits == nullptr)
@@ -227,7 +242,7 @@ int SerialGetLimits(SerialHandle handle, SerialLimits* limits) noexcept
     return 0;
 }
 
-int SerialSetLimits(SerialHandle handle, const SerialLimits* limits) noexcept
+int Terminals::SetLimits(SerialHandle handle, const SerialLimits* limits) noexcept
 try {
     const int descriptor = ToDescriptor(handle);
     if (limits == nullptr)
@@ -242,7 +257,7 @@ try {
     return ENOMEM;
 }
 
-int SerialRead(SerialHandle handle, std::uint8_t* bytes, std::size_t size, std::size_t* moved) noexcept
+int Terminals::Read(SerialHandle handle, std::uint8_t* bytes, std::size_t size, std::size_t* moved) noexcept
 {
     const int descriptor = ToDescriptor(handle);
     if (bytes == nullptr || moved == nullptr)
@@ -256,7 +271,7 @@ int SerialRead(SerialHandle handle, std::uint8_t* bytes, std::size_t size, std::
                     [&](std::size_t from, std::size_t count) { return ::read(descriptor, bytes + from, count); });
 }
 
-int SerialWrite(SerialHandle handle, const std::uint8_t* bytes, std::size_t size, std::size_t* moved) noexcept
+int Terminals::Write(SerialHandle handle, const std::uint8_t* bytes, std::size_t size, std::size_t* moved) noexcept
 {
     const int descriptor = ToDescriptor(handle);
     if (bytes == nullptr || moved == nullptr)
@@ -270,40 +285,30 @@ int SerialWrite(SerialHandle handle, const std::uint8_t* bytes, std::size_t size
                     [&](std::size_t from, std::size_t count) { return ::write(descriptor, bytes + from, count); });
 }
 
-int SerialPurgeTransmit(SerialHandle handle) noexcept
+int Terminals::Purge(SerialHandle handle, bool received) noexcept
 {
-    return Status(::tcflush(ToDescriptor(handle), TCOFLUSH));
+    return Status(::tcflush(ToDescriptor(handle), received ? TCIOFLUSH : TCOFLUSH));
 }
 
-int SerialPurgeReceive(SerialHandle handle) noexcept
-{
-    return Status(::tcflush(ToDescriptor(handle), TCIFLUSH));
-}
-
-int SerialClearError(SerialHandle handle) noexcept
-{
-    return IsOpen(ToDescriptor(handle)) ? 0 : EBADF; // a POSIX terminal keeps no error state
-}
-
-int SerialClose(SerialHandle handle) noexcept
+int Terminals::Close(SerialHandle handle) noexcept
 {
     const int descriptor = ToDescriptor(handle);
     if (!IsOpen(descriptor))
         return EBADF;
-    SerialForget(handle);
+    Forget(handle);
     ::ioctl(descriptor, TIOCNXCL); // the mark outlives the descriptor while the far end of a pseudo-terminal is open
     CloseDescriptor(descriptor);
     return 0;
 }
 
-void SerialForget(SerialHandle handle) noexcept
+void Terminals::Forget(SerialHandle handle) noexcept
 {
     Memory& memory = Memory::Instance();
     const std::lock_guard lock(memory.mutex);
     memory.limits.erase(ToDescriptor(handle));
 }
 
-int SetSerialPortName(std::int32_t port, const char* name) noexcept
+int Terminals::SetName(std::int32_t port, const char* name) noexcept
 try {
     if (!IsPort(port) || name == nullptr || *name == '\0')
         return EINVAL;
@@ -313,6 +318,15 @@ try {
     return 0;
 } catch (const std::exception&) {
     return ENOMEM;
+}
+
+}
+
+namespace Platform {
+
+SerialPorts& MachinePorts() noexcept
+{
+    return Posix::terminals;
 }
 
 }

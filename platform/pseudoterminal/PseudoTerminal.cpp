@@ -1,6 +1,7 @@
 #include "platform/pseudoterminal/PseudoTerminal.h"
 
 #include "platform/posix/Descriptor.h"
+#include "platform/posix/SerialPort.h"
 
 #include <array>
 #include <cerrno>
@@ -92,14 +93,30 @@ void PseudoTerminal::Linger() const
     ::poll(nullptr, 0, 200);
 }
 
-int ReserveDescriptor() noexcept
+SerialHandle OpenNearEnd(const std::string& name) noexcept
 {
-    return Posix::OpenDescriptor("/dev/null", O_RDWR);
+    SerialHandle handle = nullptr;
+    if (Posix::OpenTerminal(name.c_str(), &handle) == 0 && MachinePorts().Configure(handle) != 0) {
+        MachinePorts().Close(handle);
+        handle = nullptr;
+    }
+    return handle;
 }
 
-void ReleaseDescriptor(int descriptor) noexcept
+SerialHandle ReserveHandle() noexcept
 {
-    Posix::CloseDescriptor(descriptor);
+    const int descriptor = Posix::OpenDescriptor("/dev/null", O_RDWR);
+    return descriptor < 0 ? nullptr : Posix::ToHandle(descriptor);
+}
+
+void ReleaseHandle(SerialHandle handle) noexcept
+{
+    Posix::CloseDescriptor(Posix::ToDescriptor(handle));
+}
+
+int DescriptorOf(SerialHandle handle) noexcept
+{
+    return Posix::ToDescriptor(handle);
 }
 
 }

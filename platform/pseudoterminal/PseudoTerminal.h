@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/SerialPort.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -42,10 +44,15 @@ private:
     std::string name;
 };
 
-/// A descriptor above 2 that stands for a port without being one: it can be duplicated and closed, and holds its
-/// number. -1 if there is none left.
-int ReserveDescriptor() noexcept;
+/// Opens the near end by its name, with its line set. Null on failure.
+SerialHandle OpenNearEnd(const std::string& name) noexcept;
 
-void ReleaseDescriptor(int descriptor) noexcept;
+/// A handle that stands for a port without being one: its descriptor can be duplicated and closed, and holds its
+/// number. Null if there is none left.
+SerialHandle ReserveHandle() noexcept;
+void ReleaseHandle(SerialHandle handle) noexcept;
+
+/// The descriptor of a handle, which an application may close.
+int DescriptorOf(SerialHandle handle) noexcept;
 
 }

@@ -29,7 +29,7 @@ public:
         EXPECT_EQ(::openpty(&farEnd, &nearEnd, device, nullptr, nullptr), 0);
         name = device;
         ::close(nearEnd);
-        EXPECT_EQ(SetSerialPortName(3, name.c_str()), 0);
+        EXPECT_EQ(Ports().SetName(3, name.c_str()), 0);
     }
     ~Terminal() { Unplug(); }
 
@@ -64,19 +64,19 @@ class OpenPort {
 public:
     OpenPort()
     {
-        EXPECT_EQ(SerialOpen(3, &handle), 0);
-        EXPECT_EQ(SerialConfigure(handle), 0);
+        EXPECT_EQ(Ports().Open(3, &handle), 0);
+        EXPECT_EQ(Ports().Configure(handle), 0);
     }
-    ~OpenPort() { SerialClose(handle); }
+    ~OpenPort() { Ports().Close(handle); }
 
     std::string Read(std::size_t size, int status = 0) const
     {
         std::uint8_t bytes[64];
         std::size_t moved = 99;
-        EXPECT_EQ(status, SerialRead(handle, bytes, size, &moved));
+        EXPECT_EQ(status, Ports().Read(handle, bytes, size, &moved));
         return std::string(bytes, bytes + moved);
     }
-    void Limit(SerialLimits limits) const { EXPECT_EQ(SerialSetLimits(handle, &limits), 0); }
+    void Limit(SerialLimits limits) const { EXPECT_EQ(Ports().SetLimits(handle, &limits), 0); }
 
     SerialHandle handle = nullptr;
 };
@@ -102,8 +102,7 @@ TEST(SerialPort, SetsTheLine)
     EXPECT_EQ(line.c_lflag & (ICANON | ECHO | ISIG), 0U);
     EXPECT_EQ(line.c_oflag & OPOST, 0U);
     for (const bool on : {false, true}) { // a pseudo-terminal has neither
-        EXPECT_EQ(SerialSetDtr(port.handle, on), 0);
-        EXPECT_EQ(SerialSetRts(port.handle, on), 0);
+        EXPECT_EQ(Ports().SetLines(port.handle, on), 0);
     }
 }
 
@@ -118,7 +117,7 @@ TEST(SerialPort, CarriesEveryByteUnchanged)
     terminal.Send(all);
     EXPECT_EQ(all, port.Read(64));
     std::size_t moved = 0;
-    EXPECT_EQ(SerialWrite(port.handle, reinterpret_cast<const std::uint8_t*>(all.data()), all.size(), &moved), 0);
+    EXPECT_EQ(Ports().Write(port.handle, reinterpret_cast<const std::uint8_t*>(all.data()), all.size(), &moved), 0);
     EXPECT_EQ(moved, 64U);
     EXPECT_EQ(all, terminal.Receive(64));
 }
@@ -152,10 +151,10 @@ TEST(SerialPort, EndsAWriteWhenNobodyReads)
     port.Limit({0, 0, 0, 0, 30});
     const std::vector<std::uint8_t> bytes(1 << 20);
     std::size_t moved = 0;
-    EXPECT_EQ(SerialWrite(port.handle, bytes.data(), bytes.size(), &moved), 0);
+    EXPECT_EQ(Ports().Write(port.handle, bytes.data(), bytes.size(), &moved), 0);
     EXPECT_GT(moved, 0U);
     EXPECT_LT(moved, bytes.size());
-    EXPECT_EQ(SerialPurgeTransmit(port.handle), 0);
+    EXPECT_EQ(Ports().Purge(port.handle, false), 0);
 }
 
 TEST(SerialPort, ThrowsAwayWhatWaits)
@@ -165,9 +164,8 @@ TEST(SerialPort, ThrowsAwayWhatWaits)
     port.Limit({0, 0, 20, 0, 0});
     terminal.Send("junk");
     EXPECT_EQ(port.Read(1), "j");
-    EXPECT_EQ(SerialPurgeReceive(port.handle), 0);
+    EXPECT_EQ(Ports().Purge(port.handle, true), 0);
     EXPECT_EQ(port.Read(1), "");
-    EXPECT_EQ(SerialClearError(port.handle), 0);
 }
 
 TEST(SerialPort, FailsWhenTheCableIsPulled)
@@ -179,7 +177,7 @@ TEST(SerialPort, FailsWhenTheCableIsPulled)
     EXPECT_EQ(port.Read(1, EIO), "");
     std::size_t moved = 9;
     const std::uint8_t byte = 0;
-    EXPECT_EQ(EIO, SerialWrite(port.handle, &byte, 1, &moved));
+    EXPECT_EQ(EIO, Ports().Write(port.handle, &byte, 1, &moved));
     EXPECT_EQ(moved, 0U);
 }
 
@@ -189,7 +187,7 @@ TEST(SerialPort, IsOpenedByOneOnly)
     SerialHandle second = nullptr;
     for (int round = 0; round < 2; ++round) {
         const OpenPort port;
-        EXPECT_NE(SerialOpen(3, &second), 0);
+        EXPECT_NE(Ports().Open(3, &second), 0);
         EXPECT_EQ(second, nullptr);
     }
 }
@@ -201,11 +199,11 @@ TEST(SerialPort, ForgetsItsLimitsWhenItIsClosedOrGivenUp)
     SerialLimits read{};
     const OpenPort port;
     port.Limit(limits);
-    EXPECT_EQ(SerialGetLimits(port.handle, &read), 0);
+    EXPECT_EQ(Ports().GetLimits(port.handle, &read), 0);
     EXPECT_EQ(read.readConstant, 3U);
     EXPECT_EQ(read.writeConstant, 5U);
-    SerialForget(port.handle);
-    EXPECT_EQ(SerialGetLimits(port.handle, &read), 0);
+    Ports().Forget(port.handle);
+    EXPECT_EQ(Ports().GetLimits(port.handle, &read), 0);
     EXPECT_EQ(read.readConstant, 0U);
 }
 
@@ -215,28 +213,27 @@ TEST(SerialPort, RefusesBadUse)
     SerialLimits limits{};
     std::uint8_t byte = 0;
     std::size_t moved = 0;
-    EXPECT_EQ(EINVAL, SerialOpen(0, &handle));
-    EXPECT_EQ(EINVAL, SerialOpen(9, &handle));
-    EXPECT_EQ(EINVAL, SerialOpen(1, nullptr));
-    EXPECT_EQ(EINVAL, SetSerialPortName(9, "/dev/null"));
-    EXPECT_EQ(EINVAL, SetSerialPortName(3, nullptr));
-    EXPECT_EQ(EINVAL, SetSerialPortName(3, ""));
-    EXPECT_EQ(SetSerialPortName(3, "/dev/null"), 0);
-    EXPECT_EQ(ENOTTY, SerialOpen(3, &handle));
-    EXPECT_EQ(SetSerialPortName(3, "/nowhere"), 0);
-    EXPECT_EQ(ENOENT, SerialOpen(3, &handle));
+    EXPECT_EQ(EINVAL, Ports().Open(0, &handle));
+    EXPECT_EQ(EINVAL, Ports().Open(9, &handle));
+    EXPECT_EQ(EINVAL, Ports().Open(1, nullptr));
+    EXPECT_EQ(EINVAL, Ports().SetName(9, "/dev/null"));
+    EXPECT_EQ(EINVAL, Ports().SetName(3, nullptr));
+    EXPECT_EQ(EINVAL, Ports().SetName(3, ""));
+    EXPECT_EQ(Ports().SetName(3, "/dev/null"), 0);
+    EXPECT_EQ(ENOTTY, Ports().Open(3, &handle));
+    EXPECT_EQ(Ports().SetName(3, "/nowhere"), 0);
+    EXPECT_EQ(ENOENT, Ports().Open(3, &handle));
     for (const SerialHandle bad :
          {SerialHandle(nullptr), reinterpret_cast<SerialHandle>(std::intptr_t(-1)),
           reinterpret_cast<SerialHandle>(std::intptr_t(1)), reinterpret_cast<SerialHandle>(std::intptr_t(1) << 40)}) {
-        EXPECT_EQ(EBADF, SerialConfigure(bad));
-        EXPECT_EQ(EBADF, SerialSetDtr(bad, true));
-        EXPECT_EQ(EBADF, SerialGetLimits(bad, &limits));
-        EXPECT_EQ(EBADF, SerialSetLimits(bad, &limits));
-        EXPECT_EQ(EBADF, SerialRead(bad, &byte, 1, &moved));
-        EXPECT_EQ(EBADF, SerialWrite(bad, &byte, 1, &moved));
-        EXPECT_EQ(EBADF, SerialPurgeReceive(bad));
-        EXPECT_EQ(EBADF, SerialClearError(bad));
-        EXPECT_EQ(EBADF, SerialClose(bad));
+        EXPECT_EQ(EBADF, Ports().Configure(bad));
+        EXPECT_EQ(EBADF, Ports().SetLines(bad, true));
+        EXPECT_EQ(EBADF, Ports().GetLimits(bad, &limits));
+        EXPECT_EQ(EBADF, Ports().SetLimits(bad, &limits));
+        EXPECT_EQ(EBADF, Ports().Read(bad, &byte, 1, &moved));
+        EXPECT_EQ(EBADF, Ports().Write(bad, &byte, 1, &moved));
+        EXPECT_EQ(EBADF, Ports().Purge(bad, true));
+        EXPECT_EQ(EBADF, Ports().Close(bad));
     }
 }
 

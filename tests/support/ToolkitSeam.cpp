@@ -105,90 +105,89 @@ std::size_t FormatLocalTime(std::int64_t seconds, const char* format, char* text
     return gmtime_r(&moment, &broken) == nullptr ? 0 : std::strftime(text, size, format, &broken);
 }
 
-int SerialOpen(std::int32_t number, SerialHandle* handle) noexcept
-{
-    return Note("open ", number) + Open(handle, number == 1);
-}
-int SerialConfigure(SerialHandle) noexcept
-{
-    return Note("set up");
-}
-int SerialSetDtr(SerialHandle, bool on) noexcept
-{
-    return Note("DTR ", on);
-}
-int SerialSetRts(SerialHandle, bool on) noexcept
-{
-    return Note("RTS ", on);
-}
-int SerialGetLimits(SerialHandle, SerialLimits* limits) noexcept
-{
-    *limits = state.limits;
-    return 0;
+namespace {
+
+class SeamPorts final : public SerialPorts {
+public:
+    int Open(std::int32_t number, SerialHandle* handle) noexcept override
+    {
+        return Note("open ", number) + ToolkitSeam::Open(handle, number == 1);
+    }
+    int Configure(SerialHandle) noexcept override { return Note("set up"); }
+    int SetLines(SerialHandle, bool on) noexcept override { return Note("lines ", on); }
+    int GetLimits(SerialHandle, SerialLimits* limits) noexcept override
+    {
+        *limits = state.limits;
+        return 0;
+    }
+
+    int SetLimits(SerialHandle, const SerialLimits* limits) noexcept override
+    {
+        const auto& [interval, readMultiplier, readConstant, writeMultiplier, writeConstant] = *limits;
+        std::string text = "limits";
+        for (const std::uint32_t limit : {interval, readMultiplier, readConstant, writeMultiplier, writeConstant})
+            text += " " + std::to_string(limit);
+        if (const int error = Note(text))
+            return error;
+        state.limits = *limits;
+        return 0;
+    }
+
+    int Read(SerialHandle, std::uint8_t* bytes, std::size_t size, std::size_t* moved) noexcept override
+    {
+        state.unlimited |= state.limits.readMultiplier == 0 && state.limits.readConstant == 0;
+        *moved = Take({bytes, size});
+        const int error = Note("read ", static_cast<std::int64_t>(size));
+        return state.instrument == nullptr ? broken : error;
+    }
+
+    int Write(SerialHandle, const std::uint8_t* bytes, std::size_t size, std::size_t* moved) noexcept override
+    {
+        state.unlimited |= state.limits.writeMultiplier == 0 && state.limits.writeConstant == 0;
+        *moved = size;
+        if (const int error = Note("write ", static_cast<std::int64_t>(size));
+            error != 0 || state.instrument == nullptr)
+            return broken;
+        const Reply reply = state.instrument->Exchange(Frame({bytes, size}));
+        if (reply.error != 0)
+            return 0; // silence
+        Arrive({&reply.length, 1});
+        if (reply.length != 0 && reply.length < 10) // no others announce a reply
+            Arrive(std::span(reply.bytes).first(reply.size));
+        return 0;
+    }
+
+    int Purge(SerialHandle, bool received) noexcept override
+    {
+        if (received)
+            state.waiting = 0;
+        return Note("purge ", received);
+    }
+    int Close(SerialHandle) noexcept override
+    {
+        ++state.closed;
+        return Note("close");
+    }
+    void Forget(SerialHandle) noexcept override
+    {
+        Note("forget");
+        state.limits = {};
+    }
+    int SetName(std::int32_t, const char*) noexcept override { return 0; }
+};
+
+SeamPorts ports;
+
 }
 
-int SerialSetLimits(SerialHandle, const SerialLimits* limits) noexcept
+SerialPorts& Ports() noexcept
 {
-    const auto& [interval, readMultiplier, readConstant, writeMultiplier, writeConstant] = *limits;
-    std::string text = "limits";
-    for (const std::uint32_t limit : {interval, readMultiplier, readConstant, writeMultiplier, writeConstant})
-        text += " " + std::to_string(limit);
-    if (const int error = Note(text))
-        return error;
-    state.limits = *limits;
-    return 0;
-}
-
-int SerialRead(SerialHandle, std::uint8_t* bytes, std::size_t size, std::size_t* moved) noexcept
-{
-    state.unlimited |= state.limits.readMultiplier == 0 && state.limits.readConstant == 0;
-    *moved = Take({bytes, size});
-    const int error = Note("read ", static_cast<std::int64_t>(size));
-    return state.instrument == nullptr ? broken : error;
-}
-
-int SerialWrite(SerialHandle, const std::uint8_t* bytes, std::size_t size, std::size_t* moved) noexcept
-{
-    state.unlimited |= state.limits.writeMultiplier == 0 && state.limits.writeConstant == 0;
-    *moved = size;
-    if (const int error = Note("write ", static_cast<std::int64_t>(size)); error != 0 || state.instrument == nullptr)
-        return broken;
-    const Reply reply = state.instrument->Exchange(Frame({bytes, size}));
-    if (reply.error != 0)
-        return 0; // silence
-    Arrive({&reply.length, 1});
-    if (reply.length != 0 && reply.length < 10) // no others announce a reply
-        Arrive(std::span(reply.bytes).first(reply.size));
-    return 0;
-}
-
-int SerialPurgeTransmit(SerialHandle) noexcept
-{
-    return Note("purge transmit");
-}
-int SerialPurgeReceive(SerialHandle) noexcept
-{
-    state.waiting = 0;
-    return Note("purge receive");
-}
-int SerialClearError(SerialHandle) noexcept
-{
-    return 0;
-}
-int SerialClose(SerialHandle) noexcept
-{
-    ++state.closed;
-    return Note("close");
-}
-void SerialForget(SerialHandle) noexcept
-{
-    Note("forget");
-    state.limits = {};
+    return ports;
 }
 
 int ChannelOpen(std::uint32_t index, ChannelHandle* handle) noexcept
 {
-    return Note("open usb ", index) + Open(handle, index == state.usbIndex);
+    return Note("open usb ", index) + ToolkitSeam::Open(handle, index == state.usbIndex);
 }
 
 int ChannelExchange(ChannelHandle, const std::uint8_t request[8], std::uint8_t answer[8]) noexcept
@@ -211,10 +210,6 @@ int ChannelClose(ChannelHandle) noexcept
     return Note("close usb");
 }
 
-int SetSerialPortName(std::int32_t, const char*) noexcept
-{
-    return 0;
-}
 int SetChannelNamePattern(const char*) noexcept
 {
     return 0;

@@ -63,19 +63,16 @@ TEST(ColorimeterDialogue, LivesOnTheControlLinesOfItsPort)
     std::vector<Virtual::Arrival> junk;
     rig->Open(0, junk);
     const auto answers = [&](Virtual::Moment now) { return !rig->Receive(Bytes{1, 27}, now).empty(); };
-    rig->SetControlLine(ControlLine::dtr, true, 0);
-    EXPECT_FALSE(answers(2'000'000)) << "one line is not enough";
-    rig->SetControlLine(ControlLine::rts, true, 100);
+    EXPECT_FALSE(answers(2'000'000)) << "it has no power";
+    rig->SetControlLines(true, 100);
     EXPECT_FALSE(answers(1'000'099)) << "it still starts";
     EXPECT_TRUE(answers(1'000'100));
     rig.now = 2'000'000;
     rig.Run("1A 07 > 1A; 1B > 1B 07");
-    for (const ControlLine line : {ControlLine::dtr, ControlLine::rts}) {
-        rig->SetControlLine(line, false, 2'000'000);
-        EXPECT_FALSE(answers(3'000'000));
-        rig->SetControlLine(line, true, 2'000'000);
-        EXPECT_FALSE(answers(2'999'999));
-    }
+    rig->SetControlLines(false, 2'000'000);
+    EXPECT_FALSE(answers(3'000'000));
+    rig->SetControlLines(true, 2'000'000);
+    EXPECT_FALSE(answers(2'999'999));
     rig.now = 3'000'000;
     rig.Run("1B > 1B 00");
     rig->Unplug(4'000'000);
@@ -107,8 +104,7 @@ TEST(ColorimeterDialogue, TraceShowsBothDirections)
     rig->Open(0, junk);
     EXPECT_EQ(rig->SetUp(0), 0);
     for (const bool up : {false, true})
-        for (const auto line : {ControlLine::dtr, ControlLine::rts})
-            rig->SetControlLine(line, up, 0);
+        rig->SetControlLines(up, 0);
     rig->Receive(FromHex("41 FF 41 02 08 79 00"), 2'000'000);
     rig->Close(0);
     EXPECT_EQ(rig->trace.Text(Virtual::Trace::Channel::main),

@@ -13,7 +13,6 @@
 
 using Bytes = std::vector<std::uint8_t>;
 using Road = Virtual::Place::Road;
-using Virtual::ControlLine;
 
 inline Bytes FromHex(const std::string& text)
 {
@@ -46,8 +45,7 @@ public:
     void Start()
     {
         instrument->Plug(-1'000'000);
-        instrument->SetControlLine(ControlLine::dtr, true, -1'000'000);
-        instrument->SetControlLine(ControlLine::rts, true, -1'000'000);
+        instrument->SetControlLines(true, -1'000'000);
         instrument->trace.Clear();
     }
 

@@ -22,10 +22,9 @@ class Port {
 public:
     explicit Port(std::int32_t number, Platform::SerialLimits limits = threeSeconds)
     {
-        EXPECT_EQ(Platform::SerialOpen(number, &handle), 0);
-        EXPECT_EQ(Platform::SerialConfigure(handle), 0);
-        EXPECT_EQ(Platform::SerialSetDtr(handle, true), 0);
-        EXPECT_EQ(Platform::SerialSetRts(handle, true), 0);
+        EXPECT_EQ(Platform::Ports().Open(number, &handle), 0);
+        EXPECT_EQ(Platform::Ports().Configure(handle), 0);
+        EXPECT_EQ(Platform::Ports().SetLines(handle, true), 0);
         Limit(limits);
         Platform::SleepMicroseconds(1'000'000);
     }
@@ -38,16 +37,16 @@ public:
         return Port(reinterpret_cast<Platform::SerialHandle>(static_cast<std::intptr_t>(descriptor)));
     }
 
-    ~Port() { Platform::SerialClose(handle); }
+    ~Port() { Platform::Ports().Close(handle); }
     Port(const Port&) = delete;
     Port& operator=(const Port&) = delete;
 
-    void Limit(const Platform::SerialLimits& limits) { EXPECT_EQ(Platform::SerialSetLimits(handle, &limits), 0); }
+    void Limit(const Platform::SerialLimits& limits) { EXPECT_EQ(Platform::Ports().SetLimits(handle, &limits), 0); }
 
     std::size_t Write(const Bytes& bytes)
     {
         std::size_t moved = 0;
-        EXPECT_EQ(Platform::SerialWrite(handle, bytes.data(), bytes.size(), &moved), 0);
+        EXPECT_EQ(Platform::Ports().Write(handle, bytes.data(), bytes.size(), &moved), 0);
         return moved;
     }
 
@@ -56,7 +55,7 @@ public:
     {
         Bytes bytes(size);
         std::size_t moved = 0;
-        const int status = Platform::SerialRead(handle, bytes.data(), size, &moved);
+        const int status = Platform::Ports().Read(handle, bytes.data(), size, &moved);
         return status == 0 ? ToHex(std::span(bytes).first(moved)) : "error " + std::to_string(status);
     }
 
@@ -137,19 +136,18 @@ TEST_F(Transport, APortThatIsNotSetUpIsNotUnderstood)
 {
     const oxv_device device = Attach("serial:1");
     Port port(1);
-    Platform::SerialClose(port.handle);
+    Platform::Ports().Close(port.handle);
     oxv_fault(device, "setup", 1, 1, "fail");
-    EXPECT_EQ(Platform::SerialOpen(1, &port.handle), 0);
-    EXPECT_EQ(Platform::SerialConfigure(port.handle), EIO);
-    Platform::SerialSetDtr(port.handle, true);
-    Platform::SerialSetRts(port.handle, true);
+    EXPECT_EQ(Platform::Ports().Open(1, &port.handle), 0);
+    EXPECT_EQ(Platform::Ports().Configure(port.handle), EIO);
+    Platform::Ports().SetLines(port.handle, true);
     port.Limit(threeSeconds);
     EXPECT_EQ(port.Ask(ask) + port.Ask(ask), "");
-    EXPECT_EQ(Platform::SerialConfigure(port.handle), 0);
+    EXPECT_EQ(Platform::Ports().Configure(port.handle), 0);
     EXPECT_EQ(port.Ask(ask), answer);
-    Platform::SerialSetRts(port.handle, false);
+    Platform::Ports().SetLines(port.handle, false);
     EXPECT_EQ(port.Ask(ask), "") << "it has no power";
-    Platform::SerialSetRts(port.handle, true);
+    Platform::Ports().SetLines(port.handle, true);
     EXPECT_EQ(port.Ask(ask), "") << "it starts, and has not heard this";
     EXPECT_EQ(port.Ask(ask), answer);
 }
@@ -164,7 +162,7 @@ TEST_F(Transport, ALateReplyIsStaleUntilPurged)
     oxv_clock_advance(3'000'000);
     EXPECT_EQ(port.Ask("01 06"), answer) << "the old reply is taken for the new";
     oxv_clock_advance(1'000'000);
-    EXPECT_EQ(Platform::SerialPurgeReceive(port.handle), 0);
+    EXPECT_EQ(Platform::Ports().Purge(port.handle, true), 0);
     EXPECT_EQ(port.Ask("01 06"), "06 00 06 5B 9B");
 }
 
@@ -173,16 +171,16 @@ TEST_F(Transport, PortsAreExclusiveAndOnlyThoseOfTheBench)
     const oxv_device device = Attach("serial:1");
     Platform::SerialHandle second = nullptr;
     for (const auto& [number, status] : {std::pair{2, ENOENT}, {0, EINVAL}, {9, EINVAL}})
-        EXPECT_EQ(Platform::SerialOpen(number, &second), status);
+        EXPECT_EQ(Platform::Ports().Open(number, &second), status);
     Port port(1);
-    EXPECT_EQ(Platform::SerialOpen(1, &second), EBUSY);
+    EXPECT_EQ(Platform::Ports().Open(1, &second), EBUSY);
     EXPECT_EQ(second, nullptr);
-    EXPECT_EQ(Platform::SerialClose(port.handle), 0);
-    EXPECT_EQ(Platform::SerialClose(port.handle), EBADF);
+    EXPECT_EQ(Platform::Ports().Close(port.handle), 0);
+    EXPECT_EQ(Platform::Ports().Close(port.handle), EBADF);
     EXPECT_EQ(port.Read(1), "error " + std::to_string(EBADF));
     oxv_fault(device, "open", 1, 1, "denied");
-    EXPECT_EQ(Platform::SerialOpen(1, &port.handle), EACCES);
-    EXPECT_EQ(Platform::SerialOpen(1, &port.handle), 0);
+    EXPECT_EQ(Platform::Ports().Open(1, &port.handle), EACCES);
+    EXPECT_EQ(Platform::Ports().Open(1, &port.handle), 0);
     EXPECT_EQ(oxv_count(device, "open"), 3);
     EXPECT_EQ(oxv_count(device, "close"), 1);
     oxv_remove(device);
@@ -221,7 +219,7 @@ TEST_F(Transport, ClosingEndsAWaitWithoutALimit)
     std::string met;
     std::thread reader([&] { met = port.Read(1); });
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    EXPECT_EQ(Platform::SerialClose(port.handle), 0);
+    EXPECT_EQ(Platform::Ports().Close(port.handle), 0);
     reader.join();
     EXPECT_THAT(met, testing::StartsWith("error"));
 }
@@ -284,7 +282,7 @@ protected:
     {
         std::array<char, 128> name{};
         oxv_get_text(device, "port", name.data(), name.size());
-        EXPECT_EQ(Platform::SetSerialPortName(7, name.data()), 0);
+        EXPECT_EQ(Platform::Ports().SetName(7, name.data()), 0);
         return 7;
     }
 
@@ -335,7 +333,7 @@ TEST_F(Terminal, AndAPortInMemoryGiveADescriptorToTheApplication)
     for (const oxv_device each : {device, Attach("serial:1")}) {
         Port port = Port::Of(each);
         EXPECT_EQ(port.Ask(ask), answer);
-        Platform::SerialForget(port.handle);
+        Platform::Ports().Forget(port.handle);
         EXPECT_EQ(port.Ask(ask), answer) << "forgotten, not closed";
     }
     EXPECT_EQ(oxv_port_descriptor(Attach("usb")), OXV_NOT_POSSIBLE);

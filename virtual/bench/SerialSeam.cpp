@@ -1,7 +1,6 @@
 #include "virtual/bench/SerialSeam.h"
 
-#include "platform/posix/Descriptor.h"
-#include "platform/posix/SerialPort.h"
+#include "platform/SerialPort.h"
 #include "platform/pseudoterminal/PseudoTerminal.h"
 #include "virtual/bench/Bench.h"
 #include "virtual/instrument/Refusal.h"
@@ -52,32 +51,26 @@ void CloseRoads(const Instrument& instrument)
 
 namespace {
 
-/// A descriptor of the port behind a pseudo-terminal, with its line set.
-int TerminalDescriptor(const std::string& name)
+/// The port behind a pseudo-terminal, with its line set.
+Platform::SerialHandle TerminalPort(const std::string& name)
 {
-    Platform::SerialHandle handle = nullptr;
-    if (Platform::Posix::SerialOpenDevice(name.c_str(), &handle) != 0)
-        return -1;
-    if (Platform::Posix::SerialConfigure(handle) != 0) {
-        Platform::Posix::SerialClose(handle);
-        return -1;
-    }
+    const Platform::SerialHandle handle = Platform::OpenNearEnd(name);
     Lines::Instance().Take(handle); // the number may once have stood for a port in memory
-    return Platform::Posix::ToDescriptor(handle);
+    return handle;
 }
 
-/// A descriptor that stands for the port in memory.
-int MemoryDescriptor(const std::shared_ptr<WireInstrument>& instrument)
+/// A handle that stands for the port in memory.
+Platform::SerialHandle MemoryPort(const std::shared_ptr<WireInstrument>& instrument)
 {
     std::vector<Arrival> junk;
     if (instrument->Open(Bench::Instance().Now(), junk) != 0)
-        return -1;
+        return nullptr;
     const auto line = std::make_shared<SerialLine>(Bench::Instance(), instrument, junk);
     line->TakeAsSetUp();
-    line->descriptor = Platform::ReserveDescriptor();
-    if (line->descriptor >= 0)
-        Lines::Instance().Add(Platform::Posix::ToHandle(line->descriptor), line);
-    return line->descriptor;
+    line->reserved = Platform::ReserveHandle();
+    if (line->reserved != nullptr)
+        Lines::Instance().Add(line->reserved, line);
+    return line->reserved;
 }
 
 }
@@ -88,68 +81,162 @@ int PortDescriptor(const std::shared_ptr<Instrument>& instrument)
     const auto place = std::ranges::find(Bench::Instance().Entries(), instrument, &Bench::Entry::instrument);
     if (!wired || place == Bench::Instance().Entries().end() || place->place.road == Place::Road::usb)
         throw Refusal(OXV_NOT_POSSIBLE, "this instrument has no serial port");
-    const int descriptor =
-        place->place.road == Place::Road::pty ? TerminalDescriptor(wired->PortName()) : MemoryDescriptor(wired);
-    if (descriptor < 0)
+    const Platform::SerialHandle handle =
+        place->place.road == Place::Road::pty ? TerminalPort(wired->PortName()) : MemoryPort(wired);
+    if (handle == nullptr)
         throw Refusal(OXV_NOT_POSSIBLE, "the port could not be opened");
-    return descriptor;
+    return Platform::DescriptorOf(handle);
 }
 
 }
 
-// ---- the seam. A handle is that of a port in memory, or else one of the platform's own: that of a pseudo-terminal.
+// ---- the seam. A handle is that of a port in memory, or else one of the machine's own: that of a pseudo-terminal.
 
-namespace Platform {
-
-using Virtual::Bench;
-using Virtual::BenchLock;
-using Virtual::Lines;
-using Virtual::SerialLine;
+namespace Virtual {
 
 namespace {
 
-/// Ports that the application has given a device name. The others of the machine are out of the bench's reach.
-std::array<bool, Virtual::portCount + 1> named{};
+using Platform::MachinePorts;
+using Platform::SerialHandle;
+using Platform::SerialLimits;
+using Platform::SerialPorts;
 
-/// Runs `inMemory` on the line of a handle under the bench's lock, or else `onTerminal`.
-template<typename InMemory, typename OnTerminal>
-int OnPort(SerialHandle handle, InMemory inMemory, OnTerminal onTerminal) noexcept
+/// Runs `inMemory` on the line of a handle under the bench's lock, or else the machine's own port's `Method`.
+template<auto Method, typename InMemory, typename... Arguments>
+int OnPort(SerialHandle handle, InMemory inMemory, Arguments... arguments) noexcept
 try {
     {
         BenchLock lock;
         if (const auto line = Lines::Instance().Find(handle))
             return inMemory(*line, lock);
     }
-    return onTerminal();
+    return (MachinePorts().*Method)(handle, arguments...);
 } catch (const std::exception&) {
     return ENOMEM;
 }
 
-}
+class BenchPorts final : public SerialPorts {
+public:
+    int Open(std::int32_t port, SerialHandle* handle) noexcept override;
 
-int SerialOpen(std::int32_t port, SerialHandle* handle) noexcept
+    int Configure(SerialHandle handle) noexcept override
+    {
+        return OnPort<&SerialPorts::Configure>(handle, [](SerialLine& line, BenchLock&) { return line.SetUp(); });
+    }
+
+    int SetLines(SerialHandle handle, bool on) noexcept override
+    {
+        const auto set = [on](SerialLine& line, BenchLock&) {
+            line.SetControlLines(on);
+            return 0;
+        };
+        return OnPort<&SerialPorts::SetLines>(handle, set, on);
+    }
+
+    int GetLimits(SerialHandle handle, SerialLimits* limits) noexcept override
+    {
+        if (limits == nullptr)
+            return EINVAL;
+        const auto get = [limits](const SerialLine& line, BenchLock&) {
+            *limits = line.limits;
+            return 0;
+        };
+        return OnPort<&SerialPorts::GetLimits>(handle, get, limits);
+    }
+
+    int SetLimits(SerialHandle handle, const SerialLimits* limits) noexcept override
+    {
+        if (limits == nullptr)
+            return EINVAL;
+        const auto set = [limits](SerialLine& line, BenchLock&) {
+            line.limits = *limits;
+            return 0;
+        };
+        return OnPort<&SerialPorts::SetLimits>(handle, set, limits);
+    }
+
+    int Read(SerialHandle handle, std::uint8_t* bytes, std::size_t size, std::size_t* moved) noexcept override
+    {
+        if (moved == nullptr || (bytes == nullptr && size != 0))
+            return EINVAL;
+        *moved = 0;
+        const auto read = [&](SerialLine& line, BenchLock& lock) { return line.Read(lock, {bytes, size}, moved); };
+        return OnPort<&SerialPorts::Read>(handle, read, bytes, size, moved);
+    }
+
+    int Write(SerialHandle handle, const std::uint8_t* bytes, std::size_t size, std::size_t* moved) noexcept override
+    {
+        if (moved == nullptr || (bytes == nullptr && size != 0))
+            return EINVAL;
+        *moved = 0;
+        const auto write = [&](SerialLine& line, BenchLock& lock) { return line.Write(lock, {bytes, size}, moved); };
+        return OnPort<&SerialPorts::Write>(handle, write, bytes, size, moved);
+    }
+
+    int Purge(SerialHandle handle, bool received) noexcept override
+    {
+        const auto purge = [received](SerialLine& line, BenchLock&) {
+            if (received)
+                line.DropReceived(Bench::Instance().Now());
+            return 0;
+        };
+        return OnPort<&SerialPorts::Purge>(handle, purge, received);
+    }
+
+    int Close(SerialHandle handle) noexcept override
+    {
+        const auto close = [handle](SerialLine&, BenchLock&) {
+            const auto line = Lines::Instance().Take(handle);
+            line->HangUp();
+            if (line->reserved != nullptr)
+                Platform::ReleaseHandle(line->reserved);
+            return line->FarEnd().Close(Bench::Instance().Now());
+        };
+        return OnPort<&SerialPorts::Close>(handle, close);
+    }
+
+    void Forget(SerialHandle handle) noexcept override
+    {
+        MachinePorts().Forget(handle); // a port in memory keeps its limits as long as it is open
+    }
+
+    int SetName(std::int32_t port, const char* name) noexcept override
+    {
+        const BenchLock lock;
+        const int status = MachinePorts().SetName(port, name);
+        if (status == 0)
+            named[static_cast<std::size_t>(port)] = true;
+        return status;
+    }
+
+private:
+    /// Ports that the application has given a device name. The others of the machine are out of the bench's reach.
+    std::array<bool, portCount + 1> named{};
+};
+
+int BenchPorts::Open(std::int32_t port, SerialHandle* handle) noexcept
 try {
-    if (handle == nullptr || port < 1 || port > Virtual::portCount)
+    if (handle == nullptr || port < 1 || port > portCount)
         return EINVAL;
     *handle = nullptr;
     BenchLock lock;
-    const auto found = Bench::Instance().Colorimeter(Virtual::Place::Road::serial, port);
-    const auto instrument = std::dynamic_pointer_cast<Virtual::WireInstrument>(found);
+    const auto found = Bench::Instance().Colorimeter(Place::Road::serial, port);
+    const auto instrument = std::dynamic_pointer_cast<WireInstrument>(found);
     if (!instrument) {
         if (!named[static_cast<std::size_t>(port)])
             return ENOENT;
-        const int status = Posix::SerialOpen(port, handle);
+        const int status = MachinePorts().Open(port, handle);
         Lines::Instance().Take(*handle); // the number may once have stood for a port in memory
         return status;
     }
     bool taken = false;
     Lines::Instance().ForEach([&](SerialLine& line) {
-        const bool ours = line.descriptor < 0; // when the application closes its own is not told here
+        const bool ours = line.reserved == nullptr; // when the application closes its own is not told here
         taken = taken || (ours && &line.FarEnd() == instrument.get());
     });
     if (taken)
         return EBUSY;
-    std::vector<Virtual::Arrival> junk;
+    std::vector<Arrival> junk;
     if (const int status = instrument->Open(Bench::Instance().Now(), junk); status != 0)
         return status;
     *handle = Lines::Instance().Add(std::make_shared<SerialLine>(Bench::Instance(), instrument, junk));
@@ -158,121 +245,13 @@ try {
     return ENOMEM;
 }
 
-int SerialConfigure(SerialHandle handle) noexcept
-{
-    return OnPort(
-        handle, [](SerialLine& line, BenchLock&) { return line.SetUp(); },
-        [&] { return Posix::SerialConfigure(handle); });
+constinit BenchPorts benchPorts;
+
 }
 
-int SerialSetDtr(SerialHandle handle, bool on) noexcept
-{
-    const auto set = [on](SerialLine& line, BenchLock&) {
-        line.SetControlLine(Virtual::ControlLine::dtr, on);
-        return 0;
-    };
-    return OnPort(handle, set, [&] { return Posix::SerialSetDtr(handle, on); });
 }
 
-int SerialSetRts(SerialHandle handle, bool on) noexcept
+Platform::SerialPorts& Platform::Ports() noexcept
 {
-    const auto set = [on](SerialLine& line, BenchLock&) {
-        line.SetControlLine(Virtual::ControlLine::rts, on);
-        return 0;
-    };
-    return OnPort(handle, set, [&] { return Posix::SerialSetRts(handle, on); });
-}
-
-int SerialGetLimits(SerialHandle handle, SerialLimits* limits) noexcept
-{
-    if (limits == nullptr)
-        return EINVAL;
-    const auto get = [&](const SerialLine& line, BenchLock&) {
-        *limits = line.limits;
-        return 0;
-    };
-    return OnPort(handle, get, [&] { return Posix::SerialGetLimits(handle, limits); });
-}
-
-int SerialSetLimits(SerialHandle handle, const SerialLimits* limits) noexcept
-{
-    if (limits == nullptr)
-        return EINVAL;
-    const auto set = [&](SerialLine& line, BenchLock&) {
-        line.limits = *limits;
-        return 0;
-    };
-    return OnPort(handle, set, [&] { return Posix::SerialSetLimits(handle, limits); });
-}
-
-int SerialRead(SerialHandle handle, std::uint8_t* bytes, std::size_t size, std::size_t* moved) noexcept
-{
-    if (moved == nullptr || (bytes == nullptr && size != 0))
-        return EINVAL;
-    *moved = 0;
-    const auto read = [&](SerialLine& line, BenchLock& lock) { return line.Read(lock, {bytes, size}, moved); };
-    return OnPort(handle, read, [&] { return Posix::SerialRead(handle, bytes, size, moved); });
-}
-
-int SerialWrite(SerialHandle handle, const std::uint8_t* bytes, std::size_t size, std::size_t* moved) noexcept
-{
-    if (moved == nullptr || (bytes == nullptr && size != 0))
-        return EINVAL;
-    *moved = 0;
-    const auto write = [&](SerialLine& line, BenchLock& lock) { return line.Write(lock, {bytes, size}, moved); };
-    return OnPort(handle, write, [&] { return Posix::SerialWrite(handle, bytes, size, moved); });
-}
-
-int SerialPurgeTransmit(SerialHandle handle) noexcept
-{
-    return OnPort(
-        handle, [](SerialLine&, BenchLock&) { return 0; }, [&] { return Posix::SerialPurgeTransmit(handle); });
-}
-
-int SerialPurgeReceive(SerialHandle handle) noexcept
-{
-    const auto purge = [](SerialLine& line, BenchLock&) {
-        line.DropReceived(Bench::Instance().Now());
-        return 0;
-    };
-    return OnPort(handle, purge, [&] { return Posix::SerialPurgeReceive(handle); });
-}
-
-int SerialClearError(SerialHandle handle) noexcept
-{
-    return OnPort(
-        handle, [](SerialLine&, BenchLock&) { return 0; }, [&] { return Posix::SerialClearError(handle); });
-}
-
-int SerialClose(SerialHandle handle) noexcept
-{
-    const auto close = [&](SerialLine&, BenchLock&) {
-        const auto line = Lines::Instance().Take(handle);
-        line->HangUp();
-        if (line->descriptor >= 0)
-            ReleaseDescriptor(line->descriptor);
-        return line->FarEnd().Close(Bench::Instance().Now());
-    };
-    return OnPort(handle, close, [&] { return Posix::SerialClose(handle); });
-}
-
-void SerialForget(SerialHandle handle) noexcept
-{
-    OnPort(
-        handle, [](SerialLine&, BenchLock&) { return 0; },
-        [&] {
-            Posix::SerialForget(handle);
-            return 0;
-        });
-}
-
-int SetSerialPortName(std::int32_t port, const char* name) noexcept
-{
-    const BenchLock lock;
-    const int status = Posix::SetSerialPortName(port, name);
-    if (status == 0)
-        named[static_cast<std::size_t>(port)] = true;
-    return status;
-}
-
+    return Virtual::benchPorts;
 }

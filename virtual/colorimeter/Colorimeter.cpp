@@ -210,17 +210,18 @@ void Instrument::CableChanged(Moment now)
     CheckPower(now);
 }
 
-void Instrument::SetControlLine(ControlLine line, bool up, Moment now)
+void Instrument::SetControlLines(bool up, Moment now)
 {
-    trace.Add(Trace::Channel::main, std::string(line == ControlLine::dtr ? "dtr" : "rts") + (up ? " up" : " down"));
-    linesUp[static_cast<std::size_t>(line)] = up;
+    for (const char* line : {"dtr", "rts"})
+        trace.Add(Trace::Channel::main, std::string(line) + (up ? " up" : " down"));
+    linesUp = up;
     CheckPower(now);
 }
 
 /// Starts or ends the instrument's run where cable and control lines say so.
 void Instrument::CheckPower(Moment now)
 {
-    const bool supplied = IsPlugged() && (!LivesOnThePort() || (linesUp[0] && linesUp[1]));
+    const bool supplied = IsPlugged() && (!LivesOnThePort() || linesUp);
     if (supplied == powered)
         return;
     powered = supplied;
@@ -248,7 +249,7 @@ int Instrument::Open(Moment now, std::vector<Arrival>& junk)
     trace.Add(Trace::Channel::main, "open");
     received.clear();
     outOfStep = false;
-    linesUp = {};
+    linesUp = false;
     CheckPower(now);
     const auto count = static_cast<std::size_t>(Number(rowJunk));
     if (count > 0 && !OnUsb() && IsPlugged())
@@ -273,7 +274,7 @@ int Instrument::Close(Moment now)
     if (fault == Fault::unplug)
         Unplug(now);
     trace.Add(Trace::Channel::main, "close");
-    linesUp = {};
+    linesUp = false;
     CheckPower(now);
     return ErrorOf(fault);
 }

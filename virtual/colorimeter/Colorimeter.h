@@ -23,7 +23,7 @@ public:
 
     int Open(Moment now, std::vector<Arrival>& junk) override;
     int SetUp(Moment now) override;
-    void SetControlLine(ControlLine line, bool up, Moment now) override;
+    void SetControlLines(bool up, Moment now) override;
     int Close(Moment now) override;
     std::vector<Arrival> Receive(std::span<const std::uint8_t> bytes, Moment now) override;
     ChannelAnswer Exchange(std::span<const std::uint8_t, 8> request, Moment now) override;
@@ -55,10 +55,10 @@ private:
     const Type& type;
     Firmware firmware;
     Place place;
-    Bytes received;                // over the serial line, not yet a whole frame
-    Moment busyUntil = 0;          // with the commands that came over the serial line
-    Moment readyAt = 0;            // what comes in before is not heard
-    std::array<bool, 2> linesUp{}; // [ControlLine]
+    Bytes received;       // over the serial line, not yet a whole frame
+    Moment busyUntil = 0; // with the commands that came over the serial line
+    Moment readyAt = 0;   // what comes in before is not heard
+    bool linesUp = false;
     bool powered = false;
     bool outOfStep = false; // what came in cannot be a frame
     std::mt19937_64 noise;

@@ -16,9 +16,6 @@ constexpr Moment ByteTime(std::int64_t baud)
     return (10'000'000 + baud - 1) / baud;
 }
 
-/// The two lines by which a host tells an instrument that it is there.
-enum class ControlLine { dtr, rts };
-
 /// What an instrument sends over a serial line, and when it begins to.
 struct Arrival {
     enum class End {
@@ -55,8 +52,8 @@ public:
     /// @return a number of <cerrno>, 0 if the line is set
     virtual int SetUp(Moment now) = 0;
 
-    /// The host raises or drops a control line. Opening and closing the port drop both.
-    virtual void SetControlLine(ControlLine line, bool up, Moment now) = 0;
+    /// The host raises or drops the control lines, DTR and RTS. Opening and closing the port drop them.
+    virtual void SetControlLines(bool up, Moment now) = 0;
 
     /// The host closes the port. The number is told to the host; the port is closed all the same.
     virtual int Close(Moment now) = 0;

@@ -36,16 +36,15 @@ int SerialLine::SetUp()
     return error;
 }
 
-void SerialLine::SetControlLine(ControlLine line, bool up)
+void SerialLine::SetControlLines(bool up)
 {
-    instrument->SetControlLine(line, up, clock.Now());
+    instrument->SetControlLines(up, clock.Now());
 }
 
 void SerialLine::TakeAsSetUp()
 {
     isSetUp = true;
-    for (const ControlLine line : {ControlLine::dtr, ControlLine::rts})
-        instrument->SetControlLine(line, true, clock.Now() - longUp);
+    instrument->SetControlLines(true, clock.Now() - longUp);
 }
 
 void SerialLine::Append(const std::vector<Arrival>& more)

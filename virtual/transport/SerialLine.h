@@ -19,19 +19,19 @@ class SerialLine {
 public:
     SerialLine(Clock& benchClock, std::shared_ptr<WireInstrument> farEnd, const std::vector<Arrival>& atOpen);
 
-    /// Platform::SerialConfigure(). What is written before does not reach the instrument.
+    /// SerialPorts::Configure(). What is written before does not reach the instrument.
     int SetUp();
 
-    /// Platform::SerialSetDtr() and Platform::SerialSetRts().
-    void SetControlLine(ControlLine line, bool up);
+    /// SerialPorts::SetLines().
+    void SetControlLines(bool up);
 
     /// For a line that the application has opened: it is set up, and its control lines have been up for long.
     void TakeAsSetUp();
 
-    /// Platform::SerialRead() under the limits.
+    /// SerialPorts::Read() under the limits.
     int Read(BenchLock& lock, std::span<std::uint8_t> bytes, std::size_t* moved);
 
-    /// Platform::SerialWrite() under the limits: it ends once the transmitter has taken the last byte.
+    /// SerialPorts::Write() under the limits: it ends once the transmitter has taken the last byte.
     int Write(BenchLock& lock, std::span<const std::uint8_t> bytes, std::size_t* moved);
 
     void DropReceived(Moment now);
@@ -42,7 +42,7 @@ public:
     WireInstrument& FarEnd() { return *instrument; }
 
     Platform::SerialLimits limits{};
-    int descriptor = -1; ///< the one that the application holds for this line; -1: none
+    Platform::SerialHandle reserved = nullptr; ///< the one that the application holds for this line, if it does
 
 private:
     /// A byte under way, or the end of the line behind the bytes.
