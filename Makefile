@@ -71,10 +71,10 @@ figures: ## lines of tests and of code, the longest functions and files
 	@tools/test-share.sh
 	@tools/house.py
 
-install: ## install the libraries into PREFIX (default /usr/local)
+install: ## install the libraries and ox into PREFIX (default /usr/local)
 	@tools/setup.sh build
 	cmake -S . -B build/install -G Ninja -DCMAKE_BUILD_TYPE=Release -DORVEX_BUILD_TESTS=OFF -DORVEX_BUILD_BENCHMARKS=OFF
-	cmake --build build/install --target orvex orvex-virtual
+	cmake --build build/install --target orvex orvex-virtual ox
 	cmake --install build/install $(if $(PREFIX),--prefix $(PREFIX))
 
 clean: ## remove all builds

@@ -3,7 +3,7 @@
 # mutants. As root or by sudo without a password; otherwise it prints the one command that would.
 set -euo pipefail
 
-packages=(g++ cmake make ninja-build pkg-config libusb-1.0-0-dev)
+packages=(g++ cmake make ninja-build pkg-config libusb-1.0-0-dev libcli11-dev nlohmann-json3-dev)
 check=(git binutils python3 clang-14 libclang-rt-14-dev clang-format libgtest-dev libgmock-dev libbenchmark-dev liblcms2-dev
     umockdev libumockdev-dev)
 case "${1:-build}" in
