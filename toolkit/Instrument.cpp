@@ -1,8 +1,6 @@
 #include "toolkit/Commands.h"
 #include "toolkit/Device.h"
 
-#include <cstring>
-
 namespace Toolkit {
 
 namespace {

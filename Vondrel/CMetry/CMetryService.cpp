@@ -9,7 +9,6 @@
 #include "Vondrel/CMetry/MeasureConditionTranslator.h"
 #include "Vondrel/Utilities/Exceptions/TraceGuard.h"
 
-#include <array>
 #include <cstddef>
 #include <iterator>
 #include <utility>

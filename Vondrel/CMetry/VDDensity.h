@@ -5,7 +5,6 @@
 #include "Vondrel/Utilities/Tools/SmartPointer.h"
 
 #include <array>
-#include <cstddef>
 
 namespace Vondrel::CMetry {
 

@@ -1,6 +1,5 @@
 #include "benchmarks/cmetry/ComparisonReporter.h"
 
-#include <algorithm>
 #include <cstdio>
 
 void ComparisonReporter::ReportRuns(const std::vector<Run>& runs)

@@ -7,7 +7,6 @@
 #include <array>
 #include <benchmark/benchmark.h>
 #include <cstdint>
-#include <string>
 
 namespace {
 

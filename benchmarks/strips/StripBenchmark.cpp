@@ -9,11 +9,9 @@
 
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
-#include <string>
 
 using namespace Vondrel::DeviceDriver::Generic::Calculation;
 

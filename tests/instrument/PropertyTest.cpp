@@ -5,10 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <bit>
-#include <limits>
-#include <numeric>
 #include <random>
 
 using namespace Vondrel::DeviceDriver::Generic::Configuration;

@@ -7,7 +7,6 @@
 #include <array>
 #include <gtest/gtest.h>
 #include <string>
-#include <vector>
 
 namespace {
 

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <gmock/gmock.h>
 #include <iterator>
 #include <sstream>

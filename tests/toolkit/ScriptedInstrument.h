@@ -8,7 +8,6 @@
 #include <deque>
 #include <map>
 #include <string>
-#include <vector>
 
 /// A colorimeter that answers by its wire protocol from a script: memory cells and the integration time work, counts
 /// come from queues.

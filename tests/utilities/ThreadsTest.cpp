@@ -6,7 +6,6 @@
 #include "tests/support/LockName.h"
 #include "tests/support/Thrown.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <atomic>

@@ -11,7 +11,6 @@
 
 #include <functional>
 #include <ios>
-#include <memory>
 #include <pthread.h>
 
 using namespace Vondrel::Utilities::Exceptions;

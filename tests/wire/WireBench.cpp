@@ -4,7 +4,6 @@
 #include "Vondrel/DeviceDriver/ox/LowLevel/BrindleRAM.h"
 
 #include <algorithm>
-#include <cctype>
 #include <sstream>
 
 using namespace Vondrel::DeviceDriver::Generic::Configuration;

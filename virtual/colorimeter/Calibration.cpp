@@ -1,7 +1,6 @@
 #include "virtual/colorimeter/Calibration.h"
 
 #include <bit>
-#include <cmath>
 #include <span>
 
 namespace Virtual::Colorimeter {

@@ -4,7 +4,6 @@
 #include "virtual/spectrophotometer/Scene.h"
 
 #include <bit>
-#include <utility>
 #include <vector>
 
 namespace Virtual {

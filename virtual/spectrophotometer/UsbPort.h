@@ -8,8 +8,6 @@
 #include <memory>
 #include <optional>
 #include <random>
-#include <string>
-#include <string_view>
 #include <vector>
 
 namespace Virtual {

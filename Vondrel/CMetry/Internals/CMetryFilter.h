@@ -5,7 +5,6 @@
 #include "Vondrel/CMetry/VDMeasureConditions.h"
 
 #include <cstddef>
-#include <cstdint>
 #include <optional>
 
 namespace Vondrel::CMetry {

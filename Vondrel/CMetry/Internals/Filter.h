@@ -2,7 +2,6 @@
 
 #include "Vondrel/CMetry/Internals/StandardTables.h"
 
-#include <array>
 #include <cstddef>
 
 namespace Vondrel::CMetry {

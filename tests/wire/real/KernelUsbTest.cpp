@@ -4,8 +4,6 @@
 #include "Vondrel/DeviceDriver/ox/LowLevel/BrindleLowLevelDriver.h"
 #include "tests/support/Thrown.h"
 
-#include <gmock/gmock.h>
-
 #include <fcntl.h>
 #include <linux/usbdevice_fs.h>
 #include <sys/ioctl.h>

@@ -1,7 +1,7 @@
 #include "Vondrel/DeviceDriver/GENERIC/Calculation/Truncate.h"
 
 #include "Vondrel/Utilities/Exceptions/DeviceDriverException.h"
-#include "Vondrel/Utilities/Exceptions/TraceGuard.h"
+#include "Vondrel/Utilities/Exceptions/Location.h"
 
 namespace Vondrel::DeviceDriver::Generic::Calculation {
 

@@ -8,7 +8,6 @@
 #include "Vondrel/Utilities/Tools/SmartPointer.h"
 
 #include <cstdint>
-#include <string>
 #include <vector>
 
 namespace Vondrel::DeviceDriver::Generic::Measurement {

@@ -2,8 +2,6 @@
 
 #include "Vondrel/DeviceDriver/ox/LowLevel/BrindleFunctionalityByte.h"
 
-#include <vector>
-
 namespace Vondrel::DeviceDriver::ox {
 
 /// What the instrument is told before a measurement.

@@ -1,7 +1,6 @@
 // The options of the spectrophotometer that its proxy does not share with others: properties of the device by number,
 // and what a tool in the same process asks for.
 
-#include "Vondrel/DeviceDriver/GENERIC/Calculation/Recognition.h"
 #include "Vondrel/DeviceDriver/GENERIC/Configuration/ConfigurationDataConverter.h"
 #include "Vondrel/DeviceDriver/GENERIC/Configuration/PropertyId.h"
 #include "Vondrel/DeviceDriver/ox/USB/BrindleUSBDevice.h"

@@ -1,7 +1,7 @@
 #include "Vondrel/DeviceDriver/ox/c_sdk/src/ox_c_sdk/ContextParameterValidator.h"
 
+#include "Vondrel/Utilities/Exceptions/Location.h"
 #include "Vondrel/Utilities/Exceptions/SDKError.h"
-#include "Vondrel/Utilities/Exceptions/TraceGuard.h"
 #include "orvex/ox.h"
 
 namespace OrvexSDK {
