@@ -1,33 +1,25 @@
 // What each kind of colorimeter answers, byte by byte.
 
+#include "tests/support/Rows.h"
 #include "tests/virtual/ColorimeterRig.h"
 
 #include <cerrno>
-#include <fstream>
 #include <random>
 
 namespace {
 
 TEST(ColorimeterDialogue, EveryCommandIsAnsweredAsWritten)
 {
-    std::ifstream file(ORVEX_TEST_DATA "/colorimeter_dialogues.txt");
-    int rows = 0;
-    for (std::string row; std::getline(file, row);) {
-        if (row.empty() || row[0] == '#')
-            continue;
-        std::istringstream fields(row);
-        std::string what, types, road, script;
-        std::getline(std::getline(std::getline(std::getline(fields, what, '|'), types, '|'), road, '|'), script);
-        ++rows;
-        std::istringstream numbers(types);
-        for (int type = 0; numbers >> type;)
-            for (const Road each : {Road::serial, Road::usb}) {
-                SCOPED_TRACE(what + std::to_string(type) + (each == Road::usb ? ", usb" : ", serial"));
-                if (road != (each == Road::usb ? " serial " : " usb "))
-                    ColorimeterRig(type, each).Run(script);
+    const std::vector<Row> rows = ReadRows(ORVEX_TEST_DATA "/colorimeter_dialogues.txt");
+    EXPECT_GE(rows.size(), 79U);
+    for (const Row& row : rows)
+        for (const double type : Numbers(row[1]))
+            for (const Road road : {Road::serial, Road::usb}) {
+                SCOPED_TRACE(testing::Message()
+                             << row[0] << ", " << type << (road == Road::usb ? ", usb" : ", serial"));
+                if (row[2] != (road == Road::usb ? "serial" : "usb"))
+                    ColorimeterRig(static_cast<int>(type), row[2] == "pty" ? Road::pty : road).Run(row[3]);
             }
-    }
-    EXPECT_GE(rows, 79);
 }
 
 TEST(ColorimeterDialogue, FramesAreFoundInTheStreamAndNothingIsSkipped)
@@ -57,63 +49,6 @@ TEST(ColorimeterDialogue, FramesAreFoundInTheStreamAndNothingIsSkipped)
     }
 }
 
-TEST(ColorimeterDialogue, LivesOnTheControlLinesOfItsPort)
-{
-    ColorimeterRig rig(11, Road::serial);
-    std::vector<Virtual::Arrival> junk;
-    rig->Open(0, junk);
-    const auto answers = [&](Virtual::Moment now) { return !rig->Receive(Bytes{1, 27}, now).empty(); };
-    EXPECT_FALSE(answers(2'000'000)) << "it has no power";
-    rig->SetControlLines(true, 100);
-    EXPECT_FALSE(answers(1'000'099)) << "it still starts";
-    EXPECT_TRUE(answers(1'000'100));
-    rig.now = 2'000'000;
-    rig.Run("1A 07 > 1A; 1B > 1B 07");
-    rig->SetControlLines(false, 2'000'000);
-    EXPECT_FALSE(answers(3'000'000));
-    rig->SetControlLines(true, 2'000'000);
-    EXPECT_FALSE(answers(2'999'999));
-    rig.now = 3'000'000;
-    rig.Run("1B > 1B 00");
-    rig->Unplug(4'000'000);
-    rig->Plug(4'000'000);
-    EXPECT_FALSE(answers(4'999'999)) << "it starts anew behind a pulled cable";
-    EXPECT_TRUE(answers(5'000'000));
-    rig->Close(5'000'000);
-    EXPECT_FALSE(answers(9'000'000)) << "a closed port drops its lines";
-
-    ColorimeterRig terminal(4, Road::pty);
-    terminal->Close(0);
-    EXPECT_TRUE(!terminal->Receive(Bytes{1, 6}, 0).empty()) << "a pseudo-terminal has no such lines";
-}
-
-TEST(ColorimeterDialogue, CommandsAreRunOneAfterTheOther)
-{
-    ColorimeterRig rig(4, Road::serial);
-    rig->SetNumber("reply-delay", 0.25);
-    const auto arrivals = rig->Receive(FromHex("01 01 01 02"), 1000);
-    ASSERT_EQ(arrivals.size(), 2U);
-    EXPECT_EQ(arrivals[0].due, 1000 + 1'666'668 + 250'000);
-    EXPECT_EQ(arrivals[1].due, 1000 + 2 * (1'666'668 + 250'000));
-}
-
-TEST(ColorimeterDialogue, TraceShowsBothDirections)
-{
-    ColorimeterRig rig(4, Road::serial);
-    std::vector<Virtual::Arrival> junk;
-    rig->Open(0, junk);
-    EXPECT_EQ(rig->SetUp(0), 0);
-    for (const bool up : {false, true})
-        rig->SetControlLines(up, 0);
-    rig->Receive(FromHex("41 FF 41 02 08 79 00"), 2'000'000);
-    rig->Close(0);
-    EXPECT_EQ(rig->trace.Text(Virtual::Trace::Channel::main),
-              "open\nsetup\ndtr down\nrts down\ndtr up\nrts up\n"
-              "header 41 FF 41\ncommand 08 79\nreply 08 79 43\nno frame 00\nclose\n");
-    EXPECT_EQ(rig->CountPassings("command:8"), 1);
-    EXPECT_EQ(rig->CountPassings("any"), 4);
-}
-
 TEST(ColorimeterDialogue, AnyBytesAreTaken)
 {
     std::mt19937 random(1);
@@ -130,19 +65,43 @@ TEST(ColorimeterDialogue, AnyBytesAreTaken)
     }
 }
 
-TEST(ColorimeterDialogue, ThereIsNothingBehindTheEnd)
+TEST(ColorimeterDialogue, RoundingIsCarriedFromReadingToReading)
 {
     ColorimeterRig rig(4);
-    EXPECT_THROW(rig->GetText("port"), Virtual::Refusal);
-    EXPECT_THROW(rig->QueueAnswer("open", Bytes(1)), Virtual::Refusal);
-    EXPECT_THROW(ColorimeterRig(4, Road::pty)->SetFault("setup", 1, 1, "fail", 0), Virtual::Refusal);
-    EXPECT_THROW(rig->ProtectMemory(128, true), Virtual::Refusal);
+    double sum = 0;
+    for (int i = 0; i < 1000; ++i)
+        sum += static_cast<double>(rig.Count("0D 01 01 01"));
+    EXPECT_NEAR(sum, 313'174.7, 0.6);
+}
+
+TEST(ColorimeterDialogue, WhatCannotBeCountedIsRefusedAndChangesNothing)
+{
+    const struct {
+        int type;
+        const char* name;
+        double most; // about, the rest as attached
+    } cases[] = {{4, "Y", 20330},  {20, "ambient-Y", 39300}, {21, "Y", 137000},        {7, "Y", 34000},
+                 {11, "Y", 26200}, {14, "dark-red", 997000}, {9, "dark-blue", 1.666e6}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << "type " << c.type << ", " << c.name);
+        ColorimeterRig rig(c.type);
+        rig->SetNumber(c.name, 0.99 * c.most);
+        const std::string before = rig.Ask("01") + rig.Ask("02") + rig.Ask("03");
+        EXPECT_THROW(rig->SetNumber(c.name, 1.01 * c.most), Virtual::Refusal);
+        EXPECT_EQ(rig->GetNumber(c.name), 0.99 * c.most);
+        EXPECT_EQ(rig.Ask("01") + rig.Ask("02") + rig.Ask("03"), before);
+    }
+}
+
+TEST(ColorimeterDialogue, TheMemoryTellsButDoesNotMakeTheOptics)
+{
+    ColorimeterRig rig(4);
     Bytes all(129);
     EXPECT_THROW(rig->ReadMemory(0, all), Virtual::Refusal);
-    rig->ProtectMemory(10, true);
-    rig.Run("07 0A 00 > 07; 08 0A > 08 0A B7; 07 0B 00 > 07; 08 0B > 08 0B 00");
-    EXPECT_EQ(Virtual::MakeColorimeter(3), nullptr);
-    EXPECT_EQ(Virtual::MakeColorimeter(12), nullptr);
+    EXPECT_THROW(rig->GetText("port"), Virtual::Refusal);
+    EXPECT_THROW(rig->QueueAnswer("open", Bytes(1)), Virtual::Refusal);
+    rig->WriteMemory(0, Bytes(128, 0xFF));
+    rig.Run("01 > #7983; 0A 0A > #6263");
 }
 
 }
