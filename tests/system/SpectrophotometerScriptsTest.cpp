@@ -1,44 +1,11 @@
 // The sessions of tests/data/spectrophotometer_sessions.txt.
 
-#include "tests/support/Rows.h"
+#include "tests/support/Sessions.h"
 #include "tests/system/SystemBench.h"
 
 #include <algorithm>
-#include <fnmatch.h>
-#include <functional>
-#include <map>
 
 namespace {
-
-struct Session {
-    std::string name;
-    std::vector<Row> steps;
-};
-
-void PrintTo(const Session& session, std::ostream* stream)
-{
-    *stream << session.name;
-}
-
-std::vector<Session> ReadSessions()
-{
-    std::vector<Session> sessions;
-    for (const Row& row : ReadRows(ORVEX_TEST_DATA "/spectrophotometer_sessions.txt"))
-        if (row[0].starts_with("== "))
-            sessions.push_back({row[0].substr(3), {}});
-        else
-            sessions.back().steps.push_back(row);
-    return sessions;
-}
-
-/// What follows the next blank of a text, which keeps what stands before it.
-std::string Rest(std::string& text)
-{
-    const auto blank = text.find(' ');
-    const std::string rest = blank == std::string::npos ? "" : text.substr(blank + 1);
-    text.resize(std::min(blank, text.size()));
-    return rest;
-}
 
 /// " 0.30" for values that are equal in two digits, otherwise the smallest and the largest.
 std::string Digits(const std::vector<float>& values)
@@ -117,7 +84,7 @@ protected:
 
     std::string CurveOf(std::string arguments) const
     {
-        const std::string level = Rest(arguments);
+        const std::string level = CutRest(arguments);
         const Spectrum values = Flat(std::stof(level));
         return Taken(oxv_set_curve(device, arguments.c_str(), values.data(), values.size(), 380, 10));
     }
@@ -132,7 +99,7 @@ protected:
 
     static std::string SetTo(std::string arguments)
     {
-        const std::string value = Rest(arguments);
+        const std::string value = CutRest(arguments);
         return Ended("SetOption",
                      OX_SetOption(arguments == "null"        ? nullptr
                                       : arguments == "empty" ? ""
@@ -142,7 +109,7 @@ protected:
 
     std::string BreakAt(std::string point) const
     {
-        std::istringstream words(Rest(point));
+        std::istringstream words(CutRest(point));
         std::uint32_t nth = 0, times = 0;
         std::string how;
         words >> nth >> times >> how;
@@ -190,8 +157,7 @@ protected:
 
     std::vector<oxv_device> attached;
 
-    using Step = std::function<std::string(const std::string&)>;
-    const std::map<std::string, Step> steps = {
+    const StepTable steps = {
         // the application
         {"connected", [](auto&) { return Ended("IsConnected", OX_IsConnected()); }},
         {"calibrate", [](auto&) { return Ended("Calibrate", OX_Calibrate()); }},
@@ -226,7 +192,7 @@ protected:
         {"curve", [this](auto& curve) { return CurveOf(curve); }},
         {"number",
          [this](std::string name) {
-             const std::string value = Rest(name);
+             const std::string value = CutRest(name);
              return Taken(oxv_set_number(device, name.c_str(), std::stod(value)));
          }},
         {"strip", [this](auto&) { return LayStrip(); }},
@@ -246,44 +212,21 @@ protected:
                  std::ranges::count_if(Trace(device), [&](const auto& line) { return line.starts_with(beginning); }));
          }},
     };
-
-    std::string Do(std::string step) const
-    {
-        const std::string arguments = Rest(step);
-        const auto found = steps.find(step);
-        return found == steps.end() ? "no such step" : found->second(arguments);
-    }
 };
 
 }
 
 TEST_P(SpectrophotometerScripts, GoAsTheyAreTold)
 {
-    for (Row row : GetParam().steps) {
+    for (const Row& row : GetParam().rows) {
         SCOPED_TRACE(row[0]);
-        row.resize(std::max<std::size_t>(row.size(), 2));
         oxv_trace_clear(device);
-        std::istringstream all(row[0]);
-        std::string outcome = "0";
-        for (std::string step; std::getline(all, step, ';');) {
-            EXPECT_EQ(outcome, "0") << "before " << step;
-            outcome = Do(step.substr(step.find_first_not_of(' ')));
-        }
-        const std::string expected = row[1].empty() ? "0" : row[1];
-        EXPECT_EQ(::fnmatch(expected.c_str(), outcome.c_str(), 0), 0) << expected << "\n" << outcome;
-        if (row.size() > 2) {
-            EXPECT_EQ(Joined(MeasuringSteps()), row[2]);
-        }
+        ExpectText(DoSteps(steps, row[0], "0"), row.size() < 2 || row[1].empty() ? "0" : row[1]);
+        if (row.size() > 2)
+            ExpectText(Joined(MeasuringSteps()), row[2]);
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(, SpectrophotometerScripts, testing::ValuesIn(ReadSessions()), [](const auto& session) {
-    std::string name;
-    bool isFirst = true;
-    for (const char c : session.param.name) {
-        if (std::isalnum(c))
-            name += static_cast<char>(isFirst ? std::toupper(c) : c);
-        isFirst = c == ' ';
-    }
-    return name;
-});
+INSTANTIATE_TEST_SUITE_P(, SpectrophotometerScripts,
+                         testing::ValuesIn(ReadSessions(ORVEX_TEST_DATA "/spectrophotometer_sessions.txt")),
+                         TestNameOf);

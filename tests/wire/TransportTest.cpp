@@ -30,60 +30,12 @@ protected:
         instrument.PerformDeviceIOControl(MakeRequest(Direction::toDevice, RequestType::vendor, code), payload);
     }
 
-    /// Begins a scan of these blocks.
-    void StartScan(BrindleUSBDevice& instrument, std::size_t blocks)
-    {
-        SetBlocks(Blocks(blocks, 1));
-        Order(instrument, 0xC1, {1, 0x26, 0, 0, 0, 1, 1, 0});
-        Order(instrument, 0xC0, {});
-        TakeTrace();
-    }
-
     const std::string address;
     Recorder recorder;
 };
 
 const char* const untouched = "control 00 out standard value 0084 00 00 00 00 00 00 00 00; "
                               "control D0 out value 0003 00 00 00 00 00 00 00 00; close 2; close 1; close 0";
-
-TEST_F(Transport, TellsHowEachKindOfTransferFailed)
-{
-    struct Case {
-        const char* how;
-        std::string control; ///< "C": what a control transfer says
-        std::string bulk;    ///< "B": what a bulk transfer says, behind its direction
-    };
-    const Case cases[] = {
-        {"fail", "IOException: C:  (Win32 Error (5) : input/output error)",
-         "IOException: B (Win32 Error (5) : input/output error)"},
-        {"stall", "IOException: C:  (Win32 Error (32) : broken pipe)",
-         "IOException: B (Win32 Error (32) : broken pipe)"},
-        {"unplug", "IOException: C:  (Win32 Error (19) : no such device)",
-         "IOException: B (Win32 Error (19) : no such device)"},
-        {"timeout", "TimeoutException: C  (Win32 Error (110) : timed out)",
-         "TimeoutException: B (timeout) (Win32 Error (110) : timed out)"},
-        {"one-short", "DataException: C (Not enough data)", "IOException: B (Not enough data)"},
-    };
-    const auto text = [](std::string form, const char* words) { return form.replace(form.find(": ") + 2, 1, words); };
-    Bytes data(8);
-    const Bytes place = {0, 0, 0, 0, 0, 8, 0, 0};
-    for (const auto& c : cases)
-        for (const char* point : {"control", "bulk-read", "bulk-write"}) {
-            SCOPED_TRACE(std::string(point) + " " + c.how);
-            BrindleUSBDevice instrument(nullptr, address);
-            const bool reads = point == std::string("bulk-read");
-            if (point[0] == 'b')
-                Order(instrument, reads ? 0xC4 : 0xC3, place);
-            Fail(point, c.how);
-            if (point[0] == 'c')
-                EXPECT_EQ(Thrown([&] { Order(instrument, 0xCA, {31}); }), text(c.control, "Device IO control failed"));
-            else if (reads)
-                EXPECT_EQ(Thrown([&] { instrument.ReadData(data, 0); }), text(c.bulk, "read data failed"));
-            else
-                EXPECT_EQ(Thrown([&] { instrument.WriteData(data, 0); }), text(c.bulk, "write data failed"));
-            oxv_plug(device);
-        }
-}
 
 TEST_F(Transport, OpensAllPipesOrNone)
 {
@@ -103,92 +55,6 @@ TEST_F(Transport, OpensAllPipesOrNone)
         EXPECT_TRUE(SettlesAt("/proc/self/task", threads));
     }
     EXPECT_EQ(Thrown([&] { BrindleUSBDevice(nullptr, address); }), "nothing");
-}
-
-TEST_F(Transport, ReadsAScanUntilAShortPackage)
-{
-    struct Case {
-        const char* what;
-        std::size_t blocks, lines;
-        const char* how; ///< of the nth package
-        std::uint32_t nth;
-        std::string thrown;
-    };
-    const Case cases[] = {
-        {"one line at the first read", 1, 1, nullptr, 0, "nothing"},
-        {"nothing at the first read", 1, 0, "empty", 1, "nothing"},
-        {"an end within a package", 15, 15, nullptr, 0, "nothing"},
-        {"an end at a package's end", 22, 22, nullptr, 0, "nothing"},
-        {"half a line", 22, 2, "one-short", 2, "IOException: Read data failed (wrong data size)"},
-        {"a failure", 22, 12, "fail", 3, "IOException: Read data failed (OverlappedRead)"},
-        {"a read that never ends", 22, 2, "timeout", 2, "TimeoutException: Read data failed (Timeout)"},
-    };
-    BrindleUSBDevice instrument(nullptr, address);
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        StartScan(instrument, c.blocks);
-        if (c.how != nullptr)
-            Fail("bulk-read", c.how, c.nth);
-        ScanQueue lines;
-        EXPECT_EQ(Thrown([&] { instrument.ReadDataStrip(lines, lineSize, 1000); }), c.thrown);
-        ASSERT_EQ(lines.Count(), c.lines);
-        for (std::size_t i = 0; i < c.lines; ++i, lines.DropFront()) {
-            ASSERT_EQ(lines.Front().size(), lineSize);
-            EXPECT_EQ(lines.Front()[1], i + 1) << "in the order of the scan";
-        }
-        EXPECT_TRUE(lines.Front().empty());
-        int inFlight = 0;
-        for (const auto& line : TakeLines())
-            inFlight += line.starts_with("submit")                       ? 1
-                : line.starts_with("done") || line.starts_with("cancel") ? -1
-                                                                         : 0;
-        EXPECT_EQ(inFlight, 0);
-        Repair();
-    }
-}
-
-TEST_F(Transport, KeepsAReadInFlightWhileItCopies)
-{
-    BrindleUSBDevice instrument(nullptr, address);
-    for (const bool beep : {true, false}) {
-        BrindleUSBDevice::SetBeep(beep);
-        StartScan(instrument, 14);
-        ScanQueue lines;
-        instrument.ReadDataStrip(lines, lineSize, 1000);
-        EXPECT_EQ(TakeTrace(),
-                  "submit bulk-read 512; submit bulk-read 2560; done 512; " + std::string(beep ? "beep 400 75; " : "")
-                      + "submit bulk-read 2560; done 2560; submit bulk-read 2560; done 512; submit bulk-read 2560; "
-                        "done 0; done 0");
-    }
-    BrindleUSBDevice::SetBeep(true);
-}
-
-TEST_F(Transport, RefusesALineThatMakesTooLargeAPackage)
-{
-    SetNumber("strict", 0);
-    BrindleUSBDevice instrument(nullptr, address);
-    TakeTrace();
-    ScanQueue lines;
-    EXPECT_EQ(Thrown([&] { instrument.ReadDataStrip(lines, 6554, 0); }), "IOException: Max packages size is 65535");
-    EXPECT_EQ(Thrown([&] { instrument.ReadDataStrip(lines, 0, 0); }), "DataException: A scan line holds no data");
-    EXPECT_EQ(TakeTrace(), "");
-    EXPECT_EQ(Thrown([&] { instrument.ReadDataStrip(lines, 6553, 0); }), "nothing");
-}
-
-TEST_F(Transport, WaitsAtEachPackageOfAScan)
-{
-    BrindleUSBDevice instrument(nullptr, address);
-    for (const std::uint32_t nth : {1U, 2U, 3U}) {
-        StartScan(instrument, 22);
-        Fail("bulk-read", "timeout", nth);
-        const auto before = oxv_clock_now();
-        ScanQueue lines;
-        EXPECT_NE(Thrown([&] { instrument.ReadDataStrip(lines, lineSize, 3000); }), "nothing");
-        const auto delivered = nth == 1 ? 0.0 : nth == 2 ? 2.0 : 12.0;
-        const auto dark = nth == 1 ? 0.0 : 1.0; // the dark cycle before the first reading
-        EXPECT_NEAR(static_cast<double>(oxv_clock_now() - before), 8e6 + (delivered + dark) * 294 * 68, 1.0);
-        Repair();
-    }
 }
 
 TEST_F(Transport, TellsOfTheButtonAndThenSkipsTheRequestsForAnUntouchedOne)
@@ -257,6 +123,7 @@ TEST_F(Transport, CallsNobodyOnceTheListenerIsRemoved)
 
 TEST_F(Transport, ListsWhatIsAttached)
 {
+    EXPECT_EQ(ScanQueue().Count(), 0U);
     EXPECT_THAT(USBBrowser::Instance()->GetDevices(), ElementsAre(address));
     for (int place = 1; place < 127; ++place)
         ASSERT_GT(oxv_attach("spectrophotometer", "usb"), 0) << oxv_last_error();

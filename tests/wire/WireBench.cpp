@@ -32,12 +32,11 @@ WireBench::WireBench() : device(NewInstrument())
     Set(TriggerDelay, 0.0F);
 }
 
-std::vector<std::string> WireBench::TakeLines(const char* channel) const
+std::vector<std::string> WireBench::Lines(const char* channel) const
 {
     std::string text(static_cast<std::size_t>(oxv_trace(device, channel, nullptr, 0)) + 1, '\0');
     oxv_trace(device, channel, text.data(), text.size());
     text.pop_back();
-    oxv_trace_clear(device);
     std::vector<std::string> lines;
     std::istringstream stream(text);
     for (std::string line; std::getline(stream, line); lines.push_back(line)) {
@@ -49,6 +48,13 @@ std::vector<std::string> WireBench::TakeLines(const char* channel) const
     return lines;
 }
 
+std::vector<std::string> WireBench::TakeLines(const char* channel) const
+{
+    auto lines = Lines(channel);
+    oxv_trace_clear(device);
+    return lines;
+}
+
 std::string WireBench::TakeTrace(const char* channel) const
 {
     std::string joined;
@@ -57,9 +63,16 @@ std::string WireBench::TakeTrace(const char* channel) const
     return joined;
 }
 
+std::ptrdiff_t WireBench::Count(const std::string& beginning) const
+{
+    return std::ranges::count_if(Lines(), [&](const auto& line) { return line.starts_with(beginning); });
+}
+
 std::ptrdiff_t WireBench::TakeCount(const std::string& beginning) const
 {
-    return std::ranges::count_if(TakeLines(), [&](const auto& line) { return line.starts_with(beginning); });
+    const auto count = Count(beginning);
+    oxv_trace_clear(device);
+    return count;
 }
 
 void WireBench::Fail(const char* point, const char* how, std::uint32_t nth, std::uint32_t times) const

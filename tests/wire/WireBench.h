@@ -23,7 +23,10 @@ protected:
     std::string TakeTrace(const char* channel = "") const;
     std::vector<std::string> TakeLines(const char* channel = "") const;
 
+    std::vector<std::string> Lines(const char* channel = "") const;
+
     /// How often a line that begins like this went over the wire since the last call.
+    std::ptrdiff_t Count(const std::string& beginning) const;
     std::ptrdiff_t TakeCount(const std::string& beginning) const;
 
     void Fail(const char* point, const char* how = "fail", std::uint32_t nth = 1, std::uint32_t times = 1) const;
@@ -49,6 +52,4 @@ protected:
     }
 };
 
-/// 20 ms, in the words of the trace.
-inline const std::string prepared = "control CF out 01; control D1 in 02 01 00 82 44 01; control C1 out 01 26 00 ";
 inline const std::string identified = "control C9 in 01 2E 00 00 EA 60 01 00";

@@ -51,7 +51,7 @@ BrindleLog LogOf(const Bytes& memory)
     return BrindleLog(memory, TableOf(memory));
 }
 
-class MemoryTest : public WireBench {
+class Eeprom : public WireBench {
 protected:
     static SmartPointer<BrindleFunctionality> Open() { return SmartPointer(new BrindleFunctionality(nullptr, 0)); }
 
@@ -64,7 +64,7 @@ protected:
     const Bytes asBuilt = Memory();
 };
 
-TEST_F(MemoryTest, ATableOfDefaultsHasThreeSectionsWithTheirMarkers)
+TEST_F(Eeprom, ATableOfDefaultsHasThreeSectionsWithTheirMarkers)
 {
     BrindleEAT eat;
     eat.InitializeEmtpyEAT();
@@ -84,7 +84,7 @@ TEST_F(MemoryTest, ATableOfDefaultsHasThreeSectionsWithTheirMarkers)
                   "ResourceException: Configuration data dump target too small");
 }
 
-TEST_F(MemoryTest, TakesOnlyTablesOfTheKnownVersionAndSize)
+TEST_F(Eeprom, TakesOnlyTablesOfTheKnownVersionAndSize)
 {
     struct Case {
         std::uint16_t version, size;
@@ -115,7 +115,7 @@ TEST_F(MemoryTest, TakesOnlyTablesOfTheKnownVersionAndSize)
     EXPECT_LT(eat.SizeOf(1000), 0);
 }
 
-TEST_F(MemoryTest, LeavesOutWhatHasNoPlaceInTheImage)
+TEST_F(Eeprom, LeavesOutWhatHasNoPlaceInTheImage)
 {
     struct Case {
         const char* what;
@@ -145,7 +145,7 @@ TEST_F(MemoryTest, LeavesOutWhatHasNoPlaceInTheImage)
     }
 }
 
-TEST_F(MemoryTest, SurvivesAnyTable)
+TEST_F(Eeprom, SurvivesAnyTable)
 {
     std::mt19937 random(20100);
     for (int round = 0; round < 150; ++round) {
@@ -168,7 +168,7 @@ TEST_F(MemoryTest, SurvivesAnyTable)
     }
 }
 
-TEST_F(MemoryTest, LogComesFromTheFirstGoodCopy)
+TEST_F(Eeprom, LogComesFromTheFirstGoodCopy)
 {
     struct Case {
         const char* what;
@@ -186,7 +186,7 @@ TEST_F(MemoryTest, LogComesFromTheFirstGoodCopy)
     }
 }
 
-TEST_F(MemoryTest, ChecksumAddsTheBitsOfFloatsAndWraps)
+TEST_F(Eeprom, ChecksumAddsTheBitsOfFloatsAndWraps)
 {
     auto log = LogOf(asBuilt);
     log.SetItem(LampOnTime, 1.0F);
@@ -202,7 +202,7 @@ TEST_F(MemoryTest, ChecksumAddsTheBitsOfFloatsAndWraps)
     EXPECT_EQ(log.GetItem(LampOnTime).AsFloat(), 1.5F);
 }
 
-TEST_F(MemoryTest, RecommendsADumpAfterTwentyChangesOrAWholeCalibration)
+TEST_F(Eeprom, RecommendsADumpAfterTwentyChangesOrAWholeCalibration)
 {
     auto log = LogOf(asBuilt);
     Bytes dump(log.GetDumpSize());
@@ -228,7 +228,7 @@ TEST_F(MemoryTest, RecommendsADumpAfterTwentyChangesOrAWholeCalibration)
     }
 }
 
-TEST_F(MemoryTest, WritesTheLogOnRequestAndAtTheEnd)
+TEST_F(Eeprom, WritesTheLogOnRequestAndAtTheEnd)
 {
     {
         BrindleEEPROM eeprom(Open());
@@ -264,7 +264,7 @@ TEST_F(MemoryTest, WritesTheLogOnRequestAndAtTheEnd)
     EXPECT_TRUE(std::equal(asBuilt.begin() + table, asBuilt.end(), Memory().begin() + table));
 }
 
-TEST_F(MemoryTest, AFailingDumpFailsOnceAndTheChangesAreCountedAnew)
+TEST_F(Eeprom, AFailingDumpFailsOnceAndTheChangesAreCountedAnew)
 {
     // The dark of the last calibration ends far behind: its section has no room for that.
     auto memory = asBuilt;
@@ -289,7 +289,7 @@ TEST_F(MemoryTest, AFailingDumpFailsOnceAndTheChangesAreCountedAnew)
     }
 }
 
-TEST_F(MemoryTest, GuardsWriteThroughAndUnknownIds)
+TEST_F(Eeprom, GuardsWriteThroughAndUnknownIds)
 {
     BrindleEEPROM eeprom(Open());
     EXPECT_EQ(Thrown([&] { eeprom.WriteThrough(); }), "ResourceException: EEPROM access denied");
@@ -317,7 +317,7 @@ TEST_F(MemoryTest, GuardsWriteThroughAndUnknownIds)
     EXPECT_EQ(entries.GetProperty(1000).AsLong(), 0x1200);
 }
 
-TEST_F(MemoryTest, BuildsTheImageThatItWasReadFrom)
+TEST_F(Eeprom, BuildsTheImageThatItWasReadFrom)
 {
     EXPECT_EQ(BrindleEEPROM(Open()).BuildImage(), asBuilt);
     BrindleEEPROM eeprom(Open());
