@@ -1,4 +1,5 @@
 #include "tests/instrument/ChartScan.h"
+#include "tests/support/Rows.h"
 
 #include "Vondrel/CMetry/CMetryService.h"
 #include "Vondrel/DeviceDriver/GENERIC/Calculation/PatchRecognition/ChartRecognition.h"
@@ -77,16 +78,6 @@ Outcome Recognize(const std::vector<Grey>& greys)
     return Recognize(ChartScan::Greys(greys).readings);
 }
 
-/// Backing, a patch of 4 readings, these readings, another patch of 4, backing: no run is short against its neighbours.
-std::vector<SpectrumData> Between(const std::vector<float>& levels)
-{
-    std::vector<Grey> greys = {backing, {0.05F, 4}};
-    for (const float level : levels)
-        greys.push_back({level, 1});
-    greys.insert(greys.end(), {{0.04F, 4}, backing});
-    return ChartScan::Greys(greys).readings;
-}
-
 /// What is wrong with the patches found, by the true ones in their order; empty if nothing is.
 std::string Faults(const ChartScan& scan, const std::vector<SpectrumData>& found)
 {
@@ -136,35 +127,34 @@ TEST(ChartRecognition, FindsEveryPatchOfAColorChart)
     }
 }
 
-TEST(ChartRecognition, NeedsEdgesOnBothSides)
+TEST(ChartRecognition, FindsThePatchesOfEachRow)
 {
-    struct Case {
-        const char* what;
+    const auto numbers = [](const std::string& cell) { return cell == "-" ? std::vector<double>() : Numbers(cell); };
+    int rows = 0;
+    for (Row row : ReadRows(ORVEX_TEST_DATA "/chart_recognition.txt")) {
+        SCOPED_TRACE(row.at(0));
+        ++rows;
+        row.resize(7);
         std::vector<Grey> greys;
-        bool done;
-        std::vector<float> found;
-    };
-    const Case cases[] = {
-        {"nothing", {}, false, {}},
-        {"one reading", {{0.5F, 1}}, false, {}},
-        {"one color", {{0.5F, 50}}, false, {}},
-        {"a single jump", {{0.9F, 50}, {0.3F, 50}}, false, {}},
-        {"steps of 1.98 are no signal", {{0.9F, 20}, {0.8229F, 20}, {0.9F, 20}}, false, {}},
-        {"steps of 2.02 are", {{0.9F, 20}, {0.8215F, 20}, {0.9F, 20}}, true, {0.8215F}},
-        {"the ends of the scan are no patches", {{0.9F, 20}, {0.3F, 20}, {0.1F, 20}}, true, {0.3F}},
-        {"three patches", {backing, {0.5F, 20}, {0.25F, 30}, {0.05F, 25}, backing}, true, {0.5F, 0.25F, 0.05F}},
-        {"a patch of five readings alone", {backing, {0.5F, 5}, backing}, true, {0.5F}},
-        {"one of four is too short", {backing, {0.5F, 4}, backing}, true, {}},
-        {"one of three leaves nothing for a mean", {backing, {0.5F, 3}, backing}, true, {}},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
+        std::istringstream words(row[1]);
+        for (std::string word; words >> word;) {
+            const auto times = word.find('x');
+            greys.push_back({std::stof(word), times == std::string::npos ? 1 : std::stoul(word.substr(times + 1))});
+        }
         const Listener listener;
-        const Outcome outcome = Recognize(c.greys);
-        EXPECT_EQ(outcome.done, c.done);
-        EXPECT_THAT(outcome.Levels(), testing::Pointwise(testing::FloatNear(1e-6F), c.found));
-        EXPECT_THAT(Listener::Values()[4], testing::Each(testing::AllOf(testing::Ge(0.0), testing::Lt(100.0))));
+        const Outcome outcome = Recognize(greys);
+        EXPECT_EQ(outcome.done, row[2] == "yes");
+        EXPECT_THAT(outcome.Levels(), testing::Pointwise(testing::FloatNear(1e-6F), numbers(row[3])));
+        auto& reported = Listener::Values();
+        EXPECT_THAT(reported[4], testing::Each(testing::AllOf(testing::Ge(0.0), testing::Lt(100.0))));
+        for (const auto& [column, channel] : {std::pair{4U, 8U}, {5U, 10U}, {6U, 9U}})
+            if (!row[column].empty()) {
+                EXPECT_EQ(reported[channel], numbers(row[column])) << "channel " << channel;
+            }
+        for (const SpectrumData& patch : outcome.patches)
+            EXPECT_TRUE(patch.GetGain() == 1 && patch.GetIntegrationTime() == 0.01F && patch.GetSize() == 1);
     }
+    EXPECT_GT(rows, 25);
 }
 
 TEST(ChartRecognition, TakesNoPatchWhereTheInstrumentEntersOrLeavesTheChart)
@@ -204,64 +194,6 @@ TEST(ChartRecognition, RaisesTheEdgeLevelWithTheMeanAroundAPlace)
                 level = std::max(level, 0.2 + (100 - lightnesses[static_cast<std::size_t>(i)]) / 100 * 1.8);
             ASSERT_NEAR(levels[static_cast<std::size_t>(i)], level, 1e-6) << "at " << i;
         }
-    }
-}
-
-TEST(ChartRecognition, DropsWhatIsShortAgainstBothNeighbours)
-{
-    struct Case {
-        const char* what;
-        std::size_t before, length, after; // in differences
-        bool kept;
-    };
-    const Case cases[] = {
-        {"3 between 12 and 12", 12, 3, 12, false}, {"3 beside 11", 11, 3, 40, true},
-        {"3 before 11", 40, 3, 11, true},          {"4 however long the others", 60, 4, 60, true},
-        {"2 between 8 and 8", 8, 2, 8, false},     {"2 beside 7", 7, 2, 8, true},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
-        const Outcome outcome =
-            Recognize({backing, {0.5F, c.before + 1}, {0.1F, c.length + 1}, {0.5F, c.after + 1}, backing});
-        EXPECT_TRUE(outcome.done);
-        EXPECT_THAT(outcome.patches, SizeIs(c.kept ? 3 : 2));
-    }
-}
-
-TEST(ChartRecognition, TakesTheMeanAroundTheSteadierHalfOfThePatch)
-{
-    // Reflectance factors near 0.4, where 0.001 is a delta E of about 0.06 and edges begin at about 0.75.
-    struct Case {
-        const char* what;
-        std::vector<float> levels;
-        std::vector<std::size_t> readings; // that go into the mean
-    };
-    const Case cases[] = {
-        {"one difference below 0.2", {0.400F, 0.4035F}, {0, 1}},
-        {"a single one above 0.2 is no patch", {0.400F, 0.404F}, {}},
-        {"of two the lower", {0.400F, 0.401F, 0.404F}, {0, 1}},
-        {"of three the middle", {0.400F, 0.403F, 0.404F, 0.409F}, {0, 1, 1, 2}},
-        {"of four the second", {0.400F, 0.404F, 0.405F, 0.411F, 0.409F}, {1, 2, 3, 4}},
-        {"one that is large for its place does not vote", {0.425F, 0.400F, 0.401F, 0.404F}, {1, 2}},
-        {"nor does it move the position", {0.425F, 0.400F, 0.401F, 0.404F, 0.405F}, {1, 2, 3, 4}},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
-        const Listener listener;
-        const Outcome outcome = Recognize(Between(c.levels));
-        ASSERT_TRUE(outcome.done);
-        ASSERT_THAT(outcome.patches, SizeIs(c.readings.empty() ? 2 : 3));
-        if (c.readings.empty())
-            continue;
-        float mean = 0;
-        for (const std::size_t reading : c.readings)
-            mean += c.levels[reading] / static_cast<float>(c.readings.size());
-        EXPECT_NEAR(outcome.Levels()[1], mean, 1e-6);
-        const std::size_t votes = c.levels.size() - 1 - (c.levels[0] == 0.425F ? 1 : 0);
-        EXPECT_EQ(Listener::Values()[8].at(1), 24 + votes / 2);
-        EXPECT_EQ(outcome.patches[1].GetGain(), 1);
-        EXPECT_EQ(outcome.patches[1].GetIntegrationTime(), 0.01F);
-        EXPECT_EQ(outcome.patches[1].GetSize(), 1U);
     }
 }
 
@@ -318,34 +250,5 @@ TEST(ChartRecognition, ReportsToBothCallbacksOrToNone)
         const Vondrel::CMetry::VDSpectrum right(scan.readings[i + 1].LoadData(), conditions);
         EXPECT_EQ(values[3][i], Vondrel::CMetry::CMetryService::GetDeltaE(left, right, conditions));
         EXPECT_EQ(values[0][i], Vondrel::CMetry::CMetryService::GetVector(left, conditions)[0]);
-    }
-}
-
-TEST(ChartRecognition, ReportsTheSpacingAsFarAsThereIsOne)
-{
-    struct Case {
-        const char* what;
-        std::vector<Grey> greys;
-        std::vector<double> positions, spacing, irregularity;
-    };
-    const Case cases[] = {
-        {"no patch", {backing, {0.5F, 3}, backing}, {}, {}, {}},
-        {"one", {backing, {0.5F, 11}, backing}, {25}, {}, {}},
-        {"two: no irregularity", {backing, {0.5F, 11}, {0.2F, 11}, backing}, {25, 36}, {66}, {}},
-        {"distances of 11 and 21, whose mean is 16",
-         {backing, {0.5F, 11}, {0.2F, 11}, {0.5F, 31}, backing},
-         {25, 36, 57},
-         {51},
-         {7}},
-        {"uneven by more than 99", {backing, {0.5F, 11}, {0.2F, 11}, {0.5F, 591}, backing}, {25, 36, 337}, {0}, {99}},
-        {"far apart", {backing, {0.5F, 101}, {0.2F, 101}, backing}, {70, 171}, {0}, {}},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
-        const Listener listener;
-        EXPECT_TRUE(Recognize(c.greys).done);
-        EXPECT_EQ(Listener::Values()[8], c.positions);
-        EXPECT_EQ(Listener::Values()[10], c.spacing);
-        EXPECT_EQ(Listener::Values()[9], c.irregularity);
     }
 }

@@ -1,4 +1,5 @@
 #include "Vondrel/DeviceDriver/GENERIC/Calculation/FlashRecognition.h"
+#include "tests/support/Rows.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -12,7 +13,6 @@ using testing::IsEmpty;
 using testing::SizeIs;
 
 using Levels = std::vector<float>;
-using Readings = std::vector<std::size_t>;
 
 namespace {
 
@@ -29,64 +29,26 @@ std::vector<SpectrumData> Series(const Levels& levels, float time = 0.01F, std::
     return series;
 }
 
-/// What a flash of these readings over this ambient light amounts to.
-float Amount(const Levels& levels, const Readings& flash, const Readings& ambient, float time)
-{
-    float background = 0, amount = 0;
-    for (const std::size_t i : ambient)
-        background += levels[i] / static_cast<float>(ambient.size());
-    for (const std::size_t i : flash)
-        amount += levels[i] - background;
-    return amount * time;
-}
-
 }
 
 TEST(FlashRecognition, SumsWhatEachFlashAddsToTheAmbientLight)
 {
-    struct Flash {
-        Readings readings, ambient;
-    };
-    struct Case {
-        const char* what;
-        Levels levels;
-        std::vector<Flash> flashes;
-    };
-    const Case cases[] = {
-        {"one peak, with its flanks to the first valley",
-         {100, 103, 101, 104, 102, 400, 900, 400, 101, 105, 102, 103, 101, 100},
-         {{{4, 5, 6, 7, 8}, {1, 2, 3, 9, 10, 11}}}},
-        {"a level top", {100, 103, 101, 104, 102, 900, 900, 101, 105}, {{{4, 5, 6, 7}, {1, 2, 3, 8}}}},
-        {"at reading 1: the walk back stops in front of reading 0",
-         {100, 900, 102, 104, 100, 103, 101, 105, 100},
-         {{{1, 2}, {0, 3, 4, 5, 6, 7}}}},
-        {"reading 0 stands out itself", {900, 500, 102, 104, 100, 103}, {{{0, 1, 2}, {3, 4, 5}}}},
-        {"up to the last reading", {100, 103, 101, 104, 102, 400, 900}, {{{4, 5, 6}, {1, 2, 3}}}},
-        {"two peaks with a clear reading between them",
-         {100, 103, 101, 104, 100, 800, 100, 110, 101, 700, 102, 105, 100, 103, 102, 104},
-         {{{4, 5, 6}, {1, 2, 3, 7, 11, 12}}, {{8, 9, 10}, {7, 11, 12, 13, 14, 15}}}},
-        {"two peaks that share their valley",
-         {100, 103, 101, 104, 100, 800, 300, 800, 102, 105, 100},
-         {{{4, 5, 6, 7, 8}, {1, 2, 3, 9, 10}}}},
-        {"a third of the way up is not above it, a count more is",
-         {100, 103, 101, 300, 101, 103, 100, 104, 301, 101, 102, 103, 100, 700, 101, 102},
-         {{{6, 7, 8, 9}, {3, 4, 5, 10, 11, 15}}, {{12, 13, 14}, {10, 11, 15}}}},
-        {"a deviation of exactly 50", {100, 150, 200}, {{{1, 2}, {0}}}},
-    };
     FlashRecognition recognition;
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
+    const auto rows = ReadRows(ORVEX_TEST_DATA "/flashes.txt");
+    EXPECT_EQ(rows.size(), 9U);
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.at(0));
         constexpr float time = 0.25F;
-        std::vector<SpectrumData> measured = Series(c.levels, time, 1), recognized(5);
+        const auto levels = Numbers(row.at(1)), amounts = Numbers(row.at(2));
+        std::vector<SpectrumData> measured = Series(Levels(levels.begin(), levels.end()), time, 1), recognized(5);
         measured.back().SetIntegrationTime(9);
         measured.back().SetGain(0);
         ASSERT_TRUE(recognition.Execute(measured, recognized));
-        ASSERT_THAT(recognized, SizeIs(c.flashes.size()));
+        ASSERT_THAT(recognized, SizeIs(amounts.size()));
         for (std::size_t flash = 0; flash < recognized.size(); ++flash) {
-            const float amount = Amount(c.levels, c.flashes[flash].readings, c.flashes[flash].ambient, time);
             ASSERT_THAT(recognized[flash].LoadData(), SizeIs(2));
-            EXPECT_NEAR(recognized[flash].LoadData()[0], amount / 4, 1e-3);
-            EXPECT_NEAR(recognized[flash].LoadData()[1], amount * 3 / 4, 1e-3);
+            EXPECT_NEAR(recognized[flash].LoadData()[0], amounts[flash] / 4, 1e-3);
+            EXPECT_NEAR(recognized[flash].LoadData()[1], amounts[flash] * 3 / 4, 1e-3);
             EXPECT_EQ(recognized[flash].GetIntegrationTime(), time);
             EXPECT_EQ(recognized[flash].GetGain(), 1);
         }
