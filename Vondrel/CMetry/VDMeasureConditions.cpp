@@ -61,13 +61,12 @@ void VDMeasureConditions::ChangeExtras(Change change)
 
 bool VDMeasureConditions::operator==(const VDMeasureConditions& other) const
 {
-    if (colorSpace != other.colorSpace || illumination != other.illumination || observer != other.observer
-        || whiteBase != other.whiteBase || densityStandard != other.densityStandard
-        || densityFilterMode != other.densityFilterMode || deltaEFormula != other.deltaEFormula
-        || physicalFilter != other.physicalFilter || vectorKind != other.vectorKind)
-        return false;
     if (extras == other.extras)
-        return spectrumType == other.spectrumType;
+        return values == other.values;
+    Values theirValues = other.values;
+    theirValues.spectrumType = values.spectrumType;
+    if (values != theirValues)
+        return false;
     if (GetSpectrumType() != other.GetSpectrumType())
         return false;
     const VDSpectrum* const mine = FindUserdefinedIllumination();
@@ -78,23 +77,23 @@ bool VDMeasureConditions::operator==(const VDMeasureConditions& other) const
 void VDMeasureConditions::SetMeasureCondition(const std::string& key, const std::string& value)
 try {
     if (key == Keys::PhysicalFilter)
-        physicalFilter = Translator::GetPhysicalFilter(value);
+        values.physicalFilter = Translator::GetPhysicalFilter(value);
     else if (key == Keys::Observer)
-        observer = Translator::GetObserver(value);
+        values.observer = Translator::GetObserver(value);
     else if (key == Keys::Illumination)
         SetIllumination(Translator::GetIllumination(value));
     else if (key == Keys::WhiteBase)
-        whiteBase = Translator::GetWhiteBase(value);
+        values.whiteBase = Translator::GetWhiteBase(value);
     else if (key == Keys::DensityStandard)
-        densityStandard = Translator::GetDensityStandard(value);
+        values.densityStandard = Translator::GetDensityStandard(value);
     else if (key == Keys::DensityFilterMode)
-        densityFilterMode = Translator::GetDensityFilterMode(value);
+        values.densityFilterMode = Translator::GetDensityFilterMode(value);
     else if (key == Keys::ColorSpace)
-        colorSpace = Translator::GetColorSpace(value);
+        values.colorSpace = Translator::GetColorSpace(value);
     else if (key == Keys::VectorKind)
-        vectorKind = Translator::GetRelativeOrAbsoluteVector(value);
+        values.vectorKind = Translator::GetRelativeOrAbsoluteVector(value);
     else if (key == Keys::DeltaEFormula)
-        deltaEFormula = Translator::GetDeltaEFormula(value);
+        values.deltaEFormula = Translator::GetDeltaEFormula(value);
     else if (key == Keys::SpectrumType)
         SetSpectrumType(value);
     else if (key != Keys::NumberOfDataPoints && key != Keys::MaxWavelength && key != Keys::MinWavelength)
@@ -105,25 +104,25 @@ TRACE_GUARD(className, "SetMeasureCondition")
 std::string VDMeasureConditions::GetMeasureCondition(const std::string& key) const
 try {
     if (key == Keys::PhysicalFilter)
-        return Translator::ToString(physicalFilter);
+        return Translator::ToString(values.physicalFilter);
     if (key == Keys::NumberOfDataPoints || key == Keys::MaxWavelength || key == Keys::MinWavelength)
         return FirstSupported(key);
     if (key == Keys::Observer)
-        return Translator::ToString(observer);
+        return Translator::ToString(values.observer);
     if (key == Keys::Illumination)
-        return Translator::ToString(illumination);
+        return Translator::ToString(values.illumination);
     if (key == Keys::WhiteBase)
-        return Translator::ToString(whiteBase);
+        return Translator::ToString(values.whiteBase);
     if (key == Keys::DensityStandard)
-        return Translator::ToString(densityStandard);
+        return Translator::ToString(values.densityStandard);
     if (key == Keys::DensityFilterMode)
-        return Translator::ToString(densityFilterMode);
+        return Translator::ToString(values.densityFilterMode);
     if (key == Keys::ColorSpace)
-        return Translator::ToString(colorSpace);
+        return Translator::ToString(values.colorSpace);
     if (key == Keys::VectorKind)
-        return Translator::ToString(vectorKind);
+        return Translator::ToString(values.vectorKind);
     if (key == Keys::DeltaEFormula)
-        return Translator::ToString(deltaEFormula);
+        return Translator::ToString(values.deltaEFormula);
     if (key == Keys::SpectrumType)
         return GetSpectrumType();
 
@@ -155,9 +154,9 @@ void VDMeasureConditions::SetCustomCondition(const std::string& key, const std::
 
 const std::string& VDMeasureConditions::GetSpectrumType() const
 {
-    if (spectrumType == otherSpectrumType)
+    if (values.spectrumType == otherSpectrumType)
         return GetExtras().spectrumType;
-    return KnownSpectrumTypes()[static_cast<std::size_t>(spectrumType)];
+    return KnownSpectrumTypes()[static_cast<std::size_t>(values.spectrumType)];
 }
 
 void VDMeasureConditions::SetSpectrumType(const std::string& value)
@@ -165,9 +164,9 @@ void VDMeasureConditions::SetSpectrumType(const std::string& value)
     const auto& known = KnownSpectrumTypes();
     const auto found = std::find(known.begin(), known.end(), value);
     const bool other = found == known.end();
-    if (other || spectrumType == otherSpectrumType)
+    if (other || values.spectrumType == otherSpectrumType)
         ChangeExtras([&](Extras& changed) { changed.spectrumType = other ? value : ""; });
-    spectrumType = other ? otherSpectrumType : static_cast<std::int8_t>(found - known.begin());
+    values.spectrumType = other ? otherSpectrumType : static_cast<std::int8_t>(found - known.begin());
 }
 
 void VDMeasureConditions::SetIllumination(const VDIllumination& value)
@@ -175,7 +174,7 @@ try {
     const VDIllumination copy = value; // it may be the one that stands here
     if (copy.GetIlluminationTYPE() != IlluminationTYPE::Userdefined && FindUserdefinedIllumination() != nullptr)
         ChangeExtras([](Extras& changed) { changed.userdefinedIllumination.reset(); });
-    illumination = copy;
+    values.illumination = copy;
 }
 TRACE_GUARD(className, "SetIllumination")
 
@@ -210,12 +209,12 @@ TRACE_GUARD(className, "GetSupportedValues")
 
 std::string VDMeasureConditions::GetElementName(std::size_t index) const
 try {
-    const auto& labels = GetSupportedValues("ColorSpaceDescription." + Translator::ToString(colorSpace));
+    const auto& labels = GetSupportedValues("ColorSpaceDescription." + Translator::ToString(values.colorSpace));
     if (index >= labels.size() / 2)
         throw CMetryException("No element " + Utilities::Tools::lexical_cast<std::string>(index) + " in ColorSpace "
-                                  + Translator::ToString(colorSpace),
+                                  + Translator::ToString(values.colorSpace),
                               THROW_LOCATION(className, "GetElementName"));
-    return labels[vectorKind == VectorKind::DeltaVector ? index + 3 : index];
+    return labels[values.vectorKind == VectorKind::DeltaVector ? index + 3 : index];
 }
 TRACE_GUARD(className, "GetElementName")
 

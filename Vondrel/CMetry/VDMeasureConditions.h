@@ -64,20 +64,23 @@ public:
     std::string GetElementName(std::size_t index) const;
 
     /// Takes over the filter of the instrument and nothing else.
-    void SetPhysMeasCond(const VDMeasureConditions& other) noexcept { physicalFilter = other.physicalFilter; }
+    void SetPhysMeasCond(const VDMeasureConditions& other) noexcept
+    {
+        values.physicalFilter = other.values.physicalFilter;
+    }
 
-    PhysicalFilter GetPhysicalFilter() const noexcept { return physicalFilter; }
-    WhiteBase GetWhiteBase() const noexcept { return whiteBase; }
-    void SetWhiteBase(WhiteBase value) noexcept { whiteBase = value; }
-    Observer GetObserver() const noexcept { return observer; }
-    void SetObserver(Observer value) noexcept { observer = value; }
-    DensityStandard GetDensityStandard() const noexcept { return densityStandard; }
-    DensityFilterMode GetDensityFilterMode() const noexcept { return densityFilterMode; }
-    ColorSpace GetColorSpace() const noexcept { return colorSpace; }
-    void SetColorSpace(ColorSpace value) noexcept { colorSpace = value; }
-    DeltaEFormula GetDeltaEFormula() const noexcept { return deltaEFormula; }
+    PhysicalFilter GetPhysicalFilter() const noexcept { return values.physicalFilter; }
+    WhiteBase GetWhiteBase() const noexcept { return values.whiteBase; }
+    void SetWhiteBase(WhiteBase value) noexcept { values.whiteBase = value; }
+    Observer GetObserver() const noexcept { return values.observer; }
+    void SetObserver(Observer value) noexcept { values.observer = value; }
+    DensityStandard GetDensityStandard() const noexcept { return values.densityStandard; }
+    DensityFilterMode GetDensityFilterMode() const noexcept { return values.densityFilterMode; }
+    ColorSpace GetColorSpace() const noexcept { return values.colorSpace; }
+    void SetColorSpace(ColorSpace value) noexcept { values.colorSpace = value; }
+    DeltaEFormula GetDeltaEFormula() const noexcept { return values.deltaEFormula; }
 
-    const VDIllumination& GetIllumination() const noexcept { return illumination; }
+    const VDIllumination& GetIllumination() const noexcept { return values.illumination; }
     /// Any type but Userdefined drops the stored spectrum of the user's illuminant.
     void SetIllumination(const VDIllumination& value);
 
@@ -94,16 +97,23 @@ private:
 
     static constexpr std::int8_t otherSpectrumType = -1;
 
-    VDIllumination illumination{IlluminationTYPE::D65};
-    PhysicalFilter physicalFilter = PhysicalFilter::No;
-    Observer observer = Observer::TwoDegree;
-    WhiteBase whiteBase = WhiteBase::Automatic;
-    DensityStandard densityStandard = DensityStandard::DIN;
-    DensityFilterMode densityFilterMode = DensityFilterMode::Auto;
-    ColorSpace colorSpace = ColorSpace::CIELab;
-    DeltaEFormula deltaEFormula = DeltaEFormula::CIELab;
-    VectorKind vectorKind = VectorKind::AbsoluteVector;
-    std::int8_t spectrumType = 0;         // its place in the supported values, or otherSpectrumType
+    // Copied as a whole.
+    struct Values {
+        VDIllumination illumination{IlluminationTYPE::D65};
+        PhysicalFilter physicalFilter = PhysicalFilter::No;
+        Observer observer = Observer::TwoDegree;
+        WhiteBase whiteBase = WhiteBase::Automatic;
+        DensityStandard densityStandard = DensityStandard::DIN;
+        DensityFilterMode densityFilterMode = DensityFilterMode::Auto;
+        ColorSpace colorSpace = ColorSpace::CIELab;
+        DeltaEFormula deltaEFormula = DeltaEFormula::CIELab;
+        VectorKind vectorKind = VectorKind::AbsoluteVector;
+        std::int8_t spectrumType = 0; // its place in the supported values, or otherSpectrumType
+
+        bool operator==(const Values&) const = default;
+    };
+
+    Values values;
     std::shared_ptr<const Extras> extras; // empty while all of it is as at construction
 };
 

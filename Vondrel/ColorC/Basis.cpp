@@ -1,4 +1,5 @@
 #include "Vondrel/ColorC/Basis.h"
+#include "Vondrel/CMetry/Internals/LabFormulas.h"
 
 namespace Vondrel::ColorC {
 

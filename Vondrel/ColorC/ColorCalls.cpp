@@ -1,6 +1,7 @@
 // The calls that give colours.
 #include "Vondrel/CMetry/Internals/ConditionNames.h"
 #include "Vondrel/CMetry/Internals/Lab2Spec.h"
+#include "Vondrel/CMetry/Internals/LabFormulas.h"
 #include "Vondrel/ColorC/Blocks.h"
 
 #include <algorithm>

@@ -1,5 +1,6 @@
 // The calls that compare colours.
 #include "Vondrel/CMetry/Internals/DifferenceFormulas.h"
+#include "Vondrel/CMetry/Internals/LabFormulas.h"
 #include "Vondrel/ColorC/Blocks.h"
 
 #include <cmath>
@@ -37,28 +38,52 @@ float Of94(const Color& reference, const Color& sample, const Parameters& p)
     return Formulas::DeltaE_94(reference, sample, p.p1, p.p2, p.p3);
 }
 
-float Of2000(const Color& reference, const Color& sample, const Parameters& p)
-{
-    return Formulas::DeltaE_2000(reference, sample, p.p1, p.p2, p.p3);
-}
-
 float OfFMCII(const Color& reference, const Color& sample, const Parameters&)
 {
     const float difference = Formulas::DeltaE_FMCII(reference, sample);
     return difference == deltaEFailure ? noNumber : difference;
 }
 
+Color ToColor(const float* elements)
+{
+    return {elements[0], elements[1], elements[2]};
+}
+
+template<float (*of)(const Color&, const Color&, const Parameters&)>
+void Each(const float* references, const float* samples, std::size_t count, const Parameters& p, float* differences)
+{
+    for (std::size_t i = 0; i < count; ++i)
+        differences[i] = of(ToColor(references + i * 3), ToColor(samples + i * 3), p);
+}
+
+void EachOf2000(const float* references, const float* samples, std::size_t count, const Parameters& p,
+                float* differences)
+{
+    for (std::size_t i = 0; i < count; i += 2) {
+        const std::size_t next = std::min(i + 1, count - 1);
+        const Color reference[] = {ToColor(references + i * 3), ToColor(references + next * 3)};
+        const Color sample[] = {ToColor(samples + i * 3), ToColor(samples + next * 3)};
+        const auto both = Formulas::DeltaE_2000(reference, sample, p.p1, p.p2, p.p3);
+        differences[next] = both[1];
+        differences[i] = both[0];
+    }
+}
+
 struct FormulaRow {
     DeltaEFormula formula;
     ColorSpace space; ///< of the colours that it compares
-    float (*difference)(const Color& reference, const Color& sample, const Parameters& p);
+    void (*differences)(const float* references, const float* samples, std::size_t count, const Parameters& p,
+                        float* differences);
 };
 
 constexpr FormulaRow formulaRows[] = {
-    {DeltaEFormula::CIELab, ColorSpace::CIELab, OfCIELAB}, {DeltaEFormula::CIELuv, ColorSpace::CIELuv, OfCIELAB},
-    {DeltaEFormula::LABvd, ColorSpace::LABvd, OfCIELAB},   {DeltaEFormula::FMCII, ColorSpace::CIEXYZ, OfFMCII},
-    {DeltaEFormula::CMC, ColorSpace::CIELab, OfCMC},       {DeltaEFormula::CIE94, ColorSpace::CIELab, Of94},
-    {DeltaEFormula::CIE2000, ColorSpace::CIELab, Of2000},
+    {DeltaEFormula::CIELab, ColorSpace::CIELab, Each<OfCIELAB>},
+    {DeltaEFormula::CIELuv, ColorSpace::CIELuv, Each<OfCIELAB>},
+    {DeltaEFormula::LABvd, ColorSpace::LABvd, Each<OfCIELAB>},
+    {DeltaEFormula::FMCII, ColorSpace::CIEXYZ, Each<OfFMCII>},
+    {DeltaEFormula::CMC, ColorSpace::CIELab, Each<OfCMC>},
+    {DeltaEFormula::CIE94, ColorSpace::CIELab, Each<Of94>},
+    {DeltaEFormula::CIE2000, ColorSpace::CIELab, EachOf2000},
 };
 
 const FormulaRow& FindFormula(const oxc_conditions* conditions)
@@ -70,16 +95,17 @@ const FormulaRow& FindFormula(const oxc_conditions* conditions)
     throw Refusal{OX_NotSupported, "no such difference formula"};
 }
 
-// Stores the number of a row, or marks a row without one.
-void Store(float value, const float* reference, const float* sample, std::size_t size, std::size_t row, float* to,
-           Rows& rows)
+// Marks the rows without a number, of `count` from the first on.
+void Check(const float* reference, const float* sample, std::size_t size, std::size_t first, std::size_t count,
+           float* differences, Rows& rows)
 {
-    to[row] = value;
-    if (std::isfinite(value))
-        return;
-    const bool finite = AllFinite(reference + row * size, size) && AllFinite(sample + row * size, size);
-    rows.Fail(row, finite ? OX_CalculationFailed : OX_InvalidParameter, finite ? noResult : notFinite);
-    to[row] = noNumber;
+    for (std::size_t row = first; row < first + count; ++row) {
+        if (std::isfinite(differences[row]))
+            continue;
+        const bool finite = AllFinite(reference + row * size, size) && AllFinite(sample + row * size, size);
+        rows.Fail(row, finite ? OX_CalculationFailed : OX_InvalidParameter, finite ? noResult : notFinite);
+        differences[row] = noNumber;
+    }
 }
 
 float GetMetamery(const ColorBasis& basis, const ColorBasis& test, const float* reference, const float* sample)
@@ -106,13 +132,9 @@ int32_t oxc_differences(const oxc_conditions* conditions, const float* reference
             throw Refusal{OX_NotSupported, "no difference of Lab colours by this formula"};
         const Parameters parameters = ReadParameters(formula.formula, p1, p2, p3);
         CheckArrays(count, {{reference_lab, 3}, {sample_lab, 3}}, {{differences, 1}});
+        formula.differences(reference_lab, sample_lab, count, parameters, differences);
         Rows rows;
-        for (std::size_t row = 0; row < count; ++row) {
-            const float* const lab1 = reference_lab + row * 3;
-            const float* const lab2 = sample_lab + row * 3;
-            Store(formula.difference({lab1[0], lab1[1], lab1[2]}, {lab2[0], lab2[1], lab2[2]}, parameters),
-                  reference_lab, sample_lab, 3, row, differences, rows);
-        }
+        Check(reference_lab, sample_lab, 3, 0, count, differences, rows);
         return rows.Result();
     });
 }
@@ -131,9 +153,8 @@ int32_t oxc_spectral_differences(const oxc_conditions* conditions, const float* 
             Color colors1[blockRows], colors2[blockRows];
             GetColors(*conditions, basis, space, reference + first * OXC_BANDS, size, colors1[0].data());
             GetColors(*conditions, basis, space, sample + first * OXC_BANDS, size, colors2[0].data());
-            for (std::size_t i = 0; i < size; ++i)
-                Store(formula.difference(colors1[i], colors2[i], parameters), reference, sample, OXC_BANDS, first + i,
-                      differences, rows);
+            formula.differences(colors1[0].data(), colors2[0].data(), size, parameters, differences + first);
+            Check(reference, sample, OXC_BANDS, first, size, differences, rows);
         });
         return rows.Result();
     });
@@ -154,8 +175,8 @@ int32_t oxc_metamerism(const oxc_conditions* conditions, const oxc_conditions* t
         for (std::size_t row = 0; row < count; ++row) {
             const float* const spectrum1 = reference + row * OXC_BANDS;
             const float* const spectrum2 = sample + row * OXC_BANDS;
-            Store(GetMetamery(basis, {weights, basis.paper}, spectrum1, spectrum2), reference, sample, OXC_BANDS, row,
-                  indices, rows);
+            indices[row] = GetMetamery(basis, {weights, basis.paper}, spectrum1, spectrum2);
+            Check(reference, sample, OXC_BANDS, row, 1, indices, rows);
         }
         return rows.Result();
     });

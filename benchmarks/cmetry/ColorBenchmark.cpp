@@ -213,7 +213,7 @@ void RegisterDifferences()
             Difference([](const auto& a, const auto& b) { return CMetryCalculator::GetDeltaE_CMC(a, b, 2, 1); }), 0.8);
     Measure("DeltaECMC/LittleCMS", 0,
             LittleCmsDifference([](const auto* a, const auto* b) { return cmsCMCdeltaE(a, b, 2, 1); }));
-    Measure("DeltaE2000/Orvex", 120,
+    Measure("DeltaE2000/Orvex", 0,
             Difference([](const auto& a, const auto& b) { return CMetryCalculator::GetDeltaE_2000(a, b, 1, 1, 1); }),
             0.8);
     Measure("DeltaE2000/LittleCMS", 0,

@@ -53,6 +53,30 @@ void Check(std::int32_t code, const std::vector<float>& results)
         Require((code == OX_NoError) == (none == 0));
 }
 
+// A strip of any readings: as many patches as were asked for, in order and apart, or nothing is written.
+void CheckPatches(const oxc_conditions* conditions, const std::vector<float>& readings, std::size_t patches,
+                  const float* reference)
+{
+    const auto count = static_cast<std::int32_t>(readings.size() / OXC_BANDS);
+    std::vector<float> means(patches * OXC_BANDS + 1, 0.0F);
+    std::vector<std::int32_t> places(patches * 2 + 1, -1);
+    std::int32_t reversed = -1;
+    const std::int32_t code = oxc_find_patches(conditions, readings.data(), readings.size() / OXC_BANDS, patches,
+                                               reference, means.data(), places.data(), &reversed);
+    const bool found = code == OX_NoError;
+    Require(found == (std::strlen(oxc_error()) == 0) && (reversed == 0 || reversed == 1) == found);
+    for (const float value : means)
+        Require(std::isfinite(value) && (found || value == 0.0F));
+    std::vector<std::int32_t> taken(readings.size() / OXC_BANDS, 0);
+    for (std::size_t patch = 0; patch < patches; ++patch) {
+        const std::int32_t first = places[2 * patch], last = places[2 * patch + 1];
+        Require(found ? first >= 0 && first <= last && last < count : first == -1 && last == -1);
+        for (std::int32_t i = first; found && i <= last; ++i)
+            Require(taken[static_cast<std::size_t>(i)]++ == 0);
+    }
+    Require(places.back() == -1 && means.back() == 0.0F);
+}
+
 void SetAny(oxc_conditions* conditions, const char* key, std::uint8_t which)
 {
     std::size_t count = 0;
@@ -106,6 +130,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Check(oxc_temperatures(spectra.data(), count, numbers.data()), numbers);
     Check(oxc_rendering_indices(spectra.data(), count, numbers.data(), filters.data()), numbers);
     Check(oxc_resample(spectra.data(), OXC_BANDS, first, step, count, made.data()), made);
+    CheckPatches(conditions, spectra, extra % 8, extra & 128 ? others.data() : nullptr);
     if (count < 4)
         Check(oxc_spectra_of_lab(conditions, spectra.data(), count, made.data()), made);
     const char* const from = oxc_value("ColorSpaceDescription.Type", extra % 14);

@@ -2,7 +2,7 @@
 
 #include "Vondrel/CMetry/CMetryException.h"
 #include "Vondrel/CMetry/Internals/CMetryFilter.h"
-#include "Vondrel/CMetry/Internals/ColorFormulas.h"
+#include "Vondrel/CMetry/Internals/LabFormulas.h"
 #include "Vondrel/Utilities/Exceptions/TraceGuard.h"
 
 namespace Vondrel::CMetry {

@@ -179,7 +179,7 @@ float CMetryCalculator::GetDeltaE_CIELAB(const VDColorVector& lab1, const VDColo
         const float difference = lab1[i] - lab2[i];
         sum = Accumulate(sum, difference, difference);
     }
-    return Single(std::sqrt(static_cast<double>(sum)));
+    return std::sqrt(sum); // rounded from double it would be the same float
 }
 
 float CMetryCalculator::GetDeltaE_CMC(const VDColorVector& lab1, const VDColorVector& lab2, float l, float c)

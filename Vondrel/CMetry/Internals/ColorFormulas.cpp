@@ -91,23 +91,6 @@ Color SpectrumToXYZ(const ColorBasis& basis, const float* values)
     return Weigh(basis.weights, relative.data());
 }
 
-Color XYZToLab(const Weightfactors& weights, const Color& xyz)
-{
-    const double fX = ToLabFunction(weights, 0, xyz[0]);
-    const double fY = ToLabFunction(weights, 1, xyz[1]);
-    const double fZ = ToLabFunction(weights, 2, xyz[2]);
-    const float lightness = Single(116 * fY - 16);
-    return {lightness < 0.0F ? 0.0F : lightness, Single((fX - fY) * 500), Single((fY - fZ) * 200)};
-}
-
-Color LabToXYZ(const Weightfactors& weights, const Color& lab)
-{
-    const float fY = Single((lab[0] + 16.0) / 116);
-    const float fX = Single(lab[1] / 500.0 + fY);
-    const float fZ = Single(fY - lab[2] / 200.0);
-    return {FromLabFunction(weights, 0, fX), FromLabFunction(weights, 1, fY), FromLabFunction(weights, 2, fZ)};
-}
-
 Color ToLCh(const Color& color)
 {
     return {color[0], Chroma(color[1], color[2]), Hue(color[1], color[2])};

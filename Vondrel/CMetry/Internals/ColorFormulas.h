@@ -23,8 +23,6 @@ namespace Formulas {
 Color Weigh(const Weightfactors& weights, const float* values);
 Color SpectrumToXYZ(const ColorBasis& basis, const float* values);
 
-Color XYZToLab(const Weightfactors& weights, const Color& xyz);
-Color LabToXYZ(const Weightfactors& weights, const Color& lab);
 /// L, a, b of any space to L, C, h.
 Color ToLCh(const Color& color);
 /// A black has no chromaticity of its own. It takes that of a flat spectrum, and so of the illuminant.

@@ -15,106 +15,13 @@ constexpr double Square(double value)
     return value * value;
 }
 
-constexpr double pow25to7 = 6103515625.0;
-
-// What the mean chroma does to the blue region in CIEDE2000; near 0 for a grey, near 1 for a vivid colour.
-double ChromaStep(double chroma)
+// Of CMC, a constant and a cosine's absolute value; the angle in degrees, from 0 on.
+double HueTerm(double constant, double factor, double angle)
 {
-    const double power = Square(Square(chroma)) * Square(chroma) * chroma;
-    return std::sqrt(power / (power + pow25to7));
-}
-
-// Of CIEDE2000, whether two hues in degrees lie more than half a turn apart. In single precision they lie up to 4.5e-5
-// beside their angle, so that exactly opposite ones would fall to either side by chance; they count as not apart.
-bool AreApart(float hue1, float hue2)
-{
-    constexpr double halfTurn = 180.00005;
-    return std::abs(static_cast<double>(hue1) - hue2) > halfTurn;
-}
-
-float MeanHue(float hue1, float hue2)
-{
-    const double h1 = hue1;
-    const double h2 = hue2;
-    if (!AreApart(hue1, hue2))
-        return Single((h1 + h2) / 2);
-    return h1 <= h2 ? Single(((360 - h2) + h1) / 2 + h2) : Single(((360 - h1) + h2) / 2 + h1);
-}
-
-double SumOfCosines(double hue)
-{
-    const auto cosine = [](double degrees) { return std::cos(Formulas::DegToRad(degrees)); };
-    return 1 - 0.17 * cosine(hue - 30) + 0.24 * cosine(2 * hue) + 0.32 * cosine(3 * hue + 6)
-        - 0.2 * cosine(4 * hue - 63);
-}
-
-// The same to 1e-14 in a third of the time: sine and cosine of the multiples by those of the hue.
-double SumOfMultiples(double hue)
-{
-    constexpr double cos30 = 0.86602540378443865, sin30 = 0.5;
-    constexpr double cos6 = 0.99452189536827333, sin6 = 0.10452846326765347;
-    constexpr double cos63 = 0.45399049973954675, sin63 = 0.89100652418836786;
-    const double angle = Formulas::DegToRad(hue);
-    const double c = std::cos(angle), s = std::sin(angle);
-    const double c2 = c * c - s * s, s2 = 2 * s * c;
-    const double c3 = c2 * c - s2 * s, s3 = s2 * c + c2 * s;
-    const double c4 = c2 * c2 - s2 * s2, s4 = 2 * s2 * c2;
-    return 1 - 0.17 * (c * cos30 + s * sin30) + 0.24 * c2 + 0.32 * (c3 * cos6 - s3 * sin6)
-        - 0.2 * (c4 * cos63 + s4 * sin63);
-}
-
-// Of two sums so close to each other both give the same bits, unless a rounding lies between them.
-float HueWeight(float meanHue)
-{
-    constexpr double margin = 1e-13;
-    const double sum = SumOfMultiples(meanHue);
-    const float below = Single(sum - margin);
-    return below == Single(sum + margin) ? below : Single(SumOfCosines(meanHue));
-}
-
-// The rotation of the ellipses in the blue region.
-float RotationTerm(float meanHue, float meanChroma)
-{
-    const float chromaTerm = Single(2 * ChromaStep(meanChroma));
-    const float angle = Single(30 * std::exp(-Square((meanHue - 275.0) / 25)));
-    return Single(-std::sin(Formulas::DegToRad(2.0 * angle)) * chromaTerm);
-}
-
-// A colour in the coordinates of CIEDE2000, where a is stretched for greyish colours.
-struct StretchedColor {
-    float chroma;
-    float hue; // radians
-
-    StretchedColor(const Color& lab, float stretch)
-    {
-        const float a = Single((1.0 + stretch) * lab[1]);
-        const float b = lab[2];
-        chroma = Chroma(a, b);
-        hue = a == 0.0F && b == 0.0F ? 0.0F : Single(std::atan2(static_cast<double>(b), static_cast<double>(a)));
-    }
-
-    float HueDegrees() const
-    {
-        const float degrees = Single(Formulas::RadToDeg(hue));
-        return degrees < 0.0F ? Single(degrees + 360.0) : degrees;
-    }
-};
-
-// From the first hue to the second the shorter way, in radians. Of opposite hues both ways are as long: the step takes
-// the one that the mean hue lies on.
-float HueStep(const StretchedColor& color1, const StretchedColor& color2)
-{
-    constexpr float nearlyHalfTurn = 3.1415F;
-    float step = color2.hue - color1.hue;
-    if (step > std::numbers::pi)
-        step = Single(step - 2 * std::numbers::pi);
-    else if (step < -std::numbers::pi)
-        step = Single(step + 2 * std::numbers::pi);
-    if (!(std::abs(step) > nearlyHalfTurn))
-        return step;
-    const float hue1 = color1.HueDegrees();
-    const float hue2 = color2.HueDegrees();
-    return std::copysign(step, AreApart(hue1, hue2) ? hue1 - hue2 : hue2 - hue1);
+    const double fromAxis = angle - 180 * std::floor(angle / 180 + 0.5);
+    const double sine = NearSine(Both(fromAxis * (std::numbers::pi / 360)))[0];
+    return SingleOf(constant + factor * (1 - 2 * sine * sine),
+                    [=] { return constant + std::abs(factor * std::cos(Formulas::DegToRad(angle))); });
 }
 
 // The cone responses of the Friele-MacAdam-Chickering formula.
@@ -149,7 +56,7 @@ float Formulas::DeltaE_CIELAB(const Color& color1, const Color& color2)
         const float difference = color1[i] - color2[i];
         sum = Accumulate(sum, difference, difference);
     }
-    return Single(std::sqrt(static_cast<double>(sum)));
+    return std::sqrt(sum); // rounded from double it would be the same float
 }
 
 float Formulas::DeltaE_CMC(const Color& lab1, const Color& lab2, float l, float c)
@@ -165,9 +72,8 @@ float Formulas::DeltaE_CMC(const Color& lab1, const Color& lab2, float l, float 
     const float sC = Single(0.0638 * chroma / (1 + 0.0131 * chroma) + 0.638);
     const double chroma4 = Square(Square(chroma));
     const float f = Single(std::sqrt(chroma4 / (chroma4 + 1900)));
-    const float t = hue >= 164 && hue <= 345 ? Single(0.56 + std::abs(0.2 * std::cos(DegToRad(hue + 168))))
-                                             : Single(0.36 + std::abs(0.4 * std::cos(DegToRad(hue + 35))));
-    const float sH = Single((static_cast<double>(f) * t + 1 - f) * sC);
+    const double t = hue >= 164 && hue <= 345 ? HueTerm(0.56, 0.2, hue + 168) : HueTerm(0.36, 0.4, hue + 35);
+    const float sH = Single((f * t + 1 - f) * sC);
     return Single(std::sqrt(Square(delta.lightness / (static_cast<double>(l) * sL))
                             + Square(delta.chroma / (static_cast<double>(c) * sC))
                             + Square(static_cast<double>(delta.hue) / sH)));
@@ -185,41 +91,6 @@ float Formulas::DeltaE_94(const Color& lab1, const Color& lab2, float kL, float 
     return Single(std::sqrt(Square(static_cast<double>(delta.lightness) / kL)
                             + Square(delta.chroma / (static_cast<double>(kC) * sC))
                             + Square(delta.hue / (static_cast<double>(kH) * sH))));
-}
-
-float Formulas::DeltaE_2000(const Color& lab1, const Color& lab2, float kL, float kC, float kH)
-{
-    if (kL == 0.0F || kC == 0.0F || kH == 0.0F)
-        return deltaEFailure;
-    const float chroma1 = Chroma(lab1[1], lab1[2]);
-    const float chroma2 = Chroma(lab2[1], lab2[2]);
-    const float stretch = Single(0.5 * (1 - ChromaStep(Single((static_cast<double>(chroma1) + chroma2) / 2))));
-    const StretchedColor color1(lab1, stretch);
-    const StretchedColor color2(lab2, stretch);
-
-    const float dL = lab1[0] - lab2[0];
-    const float dC = color2.chroma - color1.chroma;
-    const float dH = Single(2 * std::sqrt(static_cast<double>(color1.chroma) * color2.chroma)
-                            * std::sin(HueStep(color1, color2) / 2.0));
-
-    const double meanL = Single((static_cast<double>(lab1[0]) + lab2[0]) / 2);
-    const float meanC = Single((static_cast<double>(color1.chroma) + color2.chroma) / 2);
-    const float meanHue = MeanHue(color1.HueDegrees(), color2.HueDegrees());
-
-    const double fromMiddle = Square(meanL - 50);
-    const float sL = Single(1 + 0.015 * fromMiddle / std::sqrt(20 + fromMiddle));
-    const float sC = Single(1 + 0.045 * meanC);
-    const float sH = Single(1 + 0.015 * meanC * HueWeight(meanHue));
-
-    const double u = Single(dL / (static_cast<double>(kL) * sL));
-    const double v = Single(dC / (static_cast<double>(kC) * sC));
-    const double w = Single(dH / (static_cast<double>(kH) * sH));
-    const double sum = Square(u) + Square(v) + Square(w);
-    // So far from the blue region the rotation is less than 2^-55: it leaves every bit of the sum.
-    constexpr double noRotation = 156;
-    if (std::abs(meanHue - 275.0) > noRotation && std::isfinite(sum))
-        return Single(std::sqrt(sum));
-    return Single(std::sqrt(sum + RotationTerm(meanHue, meanC) * v * w));
 }
 
 float Formulas::DeltaE_FMCII(const Color& reference, const Color& sample)

@@ -2,6 +2,8 @@
 
 #include "Vondrel/CMetry/Internals/ColorFormulas.h"
 
+#include <array>
+
 namespace Vondrel::CMetry {
 
 /// What a difference formula gives where it has no result.
@@ -22,6 +24,8 @@ float DeltaE_CMC(const Color& lab1, const Color& lab2, float l, float c);
 float DeltaE_94(const Color& lab1, const Color& lab2, float kL, float kC, float kH);
 /// CIEDE2000, ISO/CIE 11664-6.
 float DeltaE_2000(const Color& lab1, const Color& lab2, float kL, float kC, float kH);
+/// The same of two pairs, in the time of one. No factor may be 0.
+std::array<float, 2> DeltaE_2000(const Color (&lab1)[2], const Color (&lab2)[2], float kL, float kC, float kH);
 /// Friele-MacAdam-Chickering II on XYZ. No result where the reference is black.
 float DeltaE_FMCII(const Color& reference, const Color& sample);
 

@@ -2,6 +2,7 @@
 
 #include "Vondrel/CMetry/Internals/CMetryCalculator.h"
 #include "Vondrel/CMetry/Internals/CMetryFilter.h"
+#include "Vondrel/CMetry/Internals/LabFormulas.h"
 #include "Vondrel/Utilities/Exceptions/TraceGuard.h"
 
 #include <algorithm>

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Vondrel/CMetry/Internals/ColorFormulas.h"
+#include "Vondrel/CMetry/Internals/NearAngles.h"
 #include "Vondrel/CMetry/Internals/SinglePrecision.h"
 #include "Vondrel/CMetry/Internals/Weightfactors.h"
 
@@ -37,7 +39,7 @@ inline float LabFunction(float ratio, double slope, double offset)
 /// A tristimulus value over that of the white. The white's Y is always 100, so its sums are its X, Y, Z.
 inline float RatioToWhite(const Weightfactors& weights, std::size_t axis, float value)
 {
-    return Single(static_cast<double>(value) / weights.GetFilterSum(axis));
+    return value / weights.GetFilterSum(axis); // rounded from double it would be the same float
 }
 
 /// The function of an element of XYZ.
@@ -71,8 +73,31 @@ inline float Hue(double a, double b)
     constexpr double degreesPerRadian = 57.29577951308232;
     if (std::abs(a) < neutralLimit && std::abs(b) < neutralLimit)
         return 360.0F;
-    const float hue = Single(std::atan2(b, a) * degreesPerRadian);
+    const float hue = Single(SingleOf(NearAngle(Both(b), Both(a))[0] * degreesPerRadian,
+                                      [=] { return std::atan2(b, a) * degreesPerRadian; }));
     return hue > 0.0F ? hue : Single(hue + 360.0);
+}
+
+namespace Formulas {
+
+/// CIE 1976 L*a*b*; L* is not below 0.
+inline Color XYZToLab(const Weightfactors& weights, const Color& xyz)
+{
+    const double fX = ToLabFunction(weights, 0, xyz[0]);
+    const double fY = ToLabFunction(weights, 1, xyz[1]);
+    const double fZ = ToLabFunction(weights, 2, xyz[2]);
+    const float lightness = Single(116 * fY - 16);
+    return {lightness < 0.0F ? 0.0F : lightness, Single((fX - fY) * 500), Single((fY - fZ) * 200)};
+}
+
+/// The reverse.
+inline Color LabToXYZ(const Weightfactors& weights, const Color& lab)
+{
+    const float fY = Single((lab[0] + 16.0) / 116);
+    const TwoDoubles fXZ = Single(TwoDoubles{lab[1], -lab[2]} / TwoDoubles{500, 200} + fY);
+    return {FromLabFunction(weights, 0, fXZ[0]), FromLabFunction(weights, 1, fY), FromLabFunction(weights, 2, fXZ[1])};
+}
+
 }
 
 }

@@ -3,6 +3,7 @@
 #include "Vondrel/CMetry/CMetryException.h"
 #include "Vondrel/CMetry/Internals/CMetryFilter.h"
 #include "Vondrel/CMetry/Internals/SinglePrecision.h"
+#include "Vondrel/CMetry/Internals/TwoLanes.h"
 #include "Vondrel/CMetry/MeasureConditionTranslator.h"
 #include "Vondrel/CMetry/VDSpectrum.h"
 #include "Vondrel/Utilities/Exceptions/NullPointerException.h"
@@ -51,10 +52,6 @@ void InterpolateInterval(const Lagrange<nodes, step>& coeff, const float* node, 
     }
 }
 
-/// Two numbers side by side: every processor's compiler knows them, and each lane has the bits of Accumulate.
-using TwoFloats [[gnu::vector_size(8)]] = float;
-using TwoDoubles [[gnu::vector_size(16)]] = double;
-
 /// The shares in pairs, as wide as they are multiplied.
 template<std::size_t nodes, int step, int offset>
 constexpr auto lagrangePairs = [] {
@@ -73,13 +70,11 @@ constexpr auto lagrangePairs = [] {
 template<std::size_t nodes, int step, int offset>
 void CollapseInterval(const float* products, double* node)
 {
-    TwoFloats sums[(nodes + 1) / 2] = {};
+    TwoDoubles sums[(nodes + 1) / 2] = {};
     for (const auto& shares : lagrangePairs<nodes, step, offset>) {
-        const TwoDoubles product = {*products, *products};
-        ++products;
+        const TwoDoubles product = Both(*products++);
         for (std::size_t pair = 0; pair < shares.size(); ++pair)
-            sums[pair] = __builtin_convertvector(
-                shares[pair] * product + __builtin_convertvector(sums[pair], TwoDoubles), TwoFloats);
+            sums[pair] = Single(shares[pair] * product + sums[pair]);
     }
     for (std::size_t k = 0; k < nodes; ++k)
         node[k] += sums[k / 2][k % 2];
@@ -119,17 +114,6 @@ float InterpolateTable(const StandardFilter& filter, const float* luminosity, fl
     return luminance;
 }
 
-/// A colour matching function at 1 nm from 360 to 780 nm, zero where its table does not reach so far.
-template<typename Array>
-void ReadObserver(const StandardTable& table, Array& result)
-{
-    result.fill(0.0F);
-    const int first = std::max<int>(table.firstWavelength, Weightfactors::minCalcWavelength);
-    const int last = std::min<int>(table.lastWavelength, Weightfactors::maxCalcWavelength);
-    const auto* source = table.values + (first - table.firstWavelength);
-    std::copy(source, source + (last - first + 1), result.begin() + (first - Weightfactors::minCalcWavelength));
-}
-
 const VDSpectrum* FindSpectrum(const VDMeasureConditions& conditions)
 {
     return conditions.GetIllumination().GetIlluminationTYPE() == IlluminationTYPE::Userdefined
@@ -150,18 +134,18 @@ try {
     constexpr float ofEmission = 0.683F;
     emission = illumination.GetIlluminationTYPE() == IlluminationTYPE::Emission;
     const StandardTable* const tables = CMetryFilter::GetObserverTables(number);
-    Curve light, curve;
-    ReadObserver(tables[1], curve);
+    Curve light, product;
     float kFactor = ofEmission;
     if (emission)
         light.fill(1.0F);
     else
-        kFactor = GetKFactor(InterpolateIllumination(illumination, userdefined, curve, light));
+        kFactor = GetKFactor(InterpolateIllumination(illumination, userdefined, tables[1].values, light));
     for (std::size_t axis = 0; axis < axes; ++axis) {
-        ReadObserver(tables[axis], curve);
-        for (std::size_t i = 0; i < calcPoints; ++i)
-            curve[i] = Single(static_cast<double>(light[i]) * curve[i] * kFactor);
-        CalculateWeightfactors(curve, axis);
+        // The colour matching functions begin where the calculation does; the last ends early.
+        const std::size_t count = std::min(tables[axis].Size(), calcPoints);
+        for (std::size_t i = 0; i < count; ++i)
+            product[i] = Single(static_cast<double>(light[i]) * tables[axis].values[i] * kFactor);
+        CalculateWeightfactors(product, count, axis);
     }
     CalculateSum();
 }
@@ -195,7 +179,7 @@ try {
 TRACE_GUARD("Weightfactors", "GetStepSize")
 
 float Weightfactors::InterpolateIllumination(const VDIllumination& illumination, const float* userdefined,
-                                             const Curve& luminosity, Curve& light)
+                                             const float* luminosity, Curve& light)
 try {
     StandardFilter filter;
     const auto type = illumination.GetIlluminationTYPE();
@@ -210,11 +194,11 @@ try {
                                                           THROW_LOCATION("Weightfactors", "InterpolateIllumination"));
     switch (filter.GetStepSize()) {
     case 1:
-        return InterpolateTable<1>(filter, luminosity.data(), light.data());
+        return InterpolateTable<1>(filter, luminosity, light.data());
     case 5:
-        return InterpolateTable<5>(filter, luminosity.data(), light.data());
+        return InterpolateTable<5>(filter, luminosity, light.data());
     case 10:
-        return InterpolateTable<10>(filter, luminosity.data(), light.data());
+        return InterpolateTable<10>(filter, luminosity, light.data());
     default:
         throw CMetryException("Illumination without a table: " + MeasureConditionTranslator::ToString(illumination),
                               THROW_LOCATION("Weightfactors", "InterpolateIllumination"));
@@ -231,16 +215,14 @@ try {
 }
 TRACE_GUARD("Weightfactors", "SetKFactor")
 
-void Weightfactors::CalculateWeightfactors(const Curve& product, std::size_t axis)
+void Weightfactors::CalculateWeightfactors(Curve& product, std::size_t count, std::size_t axis)
 {
     constexpr int step = SpectrumGrid::StepSize;
     constexpr std::size_t intervals = calcRange / step;
+    std::fill(product.begin() + static_cast<std::ptrdiff_t>(count), product.end(), 0.0F);
     std::array<double, intervals + 1> nodes{};
     CollapseInterval<3, step, 0>(product.data(), nodes.data());
-    // The last colour matching function ends early, and products of 0 change nothing.
-    const auto end = std::find_if(product.rbegin(), product.rend(), [](float value) { return value != 0.0F; }).base();
-    const auto last = static_cast<std::size_t>(end - product.begin());
-    for (std::size_t interval = 1; interval < intervals - 1 && interval * step < last; ++interval)
+    for (std::size_t interval = 1; interval < intervals - 1 && interval * step < count; ++interval)
         CollapseInterval<4, step, step>(&product[interval * step], &nodes[interval - 1]);
     CollapseInterval<3, step, step>(&product[(intervals - 1) * step], &nodes[intervals - 2]);
     nodes[intervals] += product[intervals * step];

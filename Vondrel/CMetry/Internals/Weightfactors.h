@@ -51,9 +51,10 @@ private:
 
     /// @return the luminance: the sum of light and luminosity
     static float InterpolateIllumination(const VDIllumination& illumination, const float* userdefined,
-                                         const Curve& luminosity, Curve& light);
+                                         const float* luminosity, Curve& light);
     static float GetKFactor(float luminance);
-    void CalculateWeightfactors(const Curve& product, std::size_t axis);
+    /// @param product  of illuminant and observer, for the first `count` wavelengths
+    void CalculateWeightfactors(Curve& product, std::size_t count, std::size_t axis);
     void CalculateSum();
 
     std::array<std::array<float, SpectrumGrid::NumberOfDataPoints>, axes> weights{};
