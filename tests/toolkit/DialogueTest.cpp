@@ -1,12 +1,8 @@
 // Every measuring path and every single command: what goes over the wire to the byte, the status, and what comes out.
 
 #include "tests/support/Rows.h"
-#include "tests/toolkit/Calls.h"
+#include "tests/toolkit/Fields.h"
 #include "tests/toolkit/ScriptedInstrument.h"
-
-#include <cmath>
-#include <functional>
-#include <type_traits>
 
 namespace {
 
@@ -33,23 +29,6 @@ std::int64_t MakeCalls(const std::string& row, CalDataBlock* device, Arguments& 
     return status;
 }
 
-template<typename NumberAt>
-void ExpectNumbers(const std::string& expected, NumberAt numberAt)
-{
-    const std::vector<double> numbers = Numbers(expected);
-    for (std::size_t i = 0; i < numbers.size(); ++i)
-        EXPECT_NEAR(numbers[i], numberAt(i), std::fabs(numbers[i]) * 1e-10) << expected << ", " << i;
-}
-
-/// Results of several pointers stand between "/", those of an array behind each other.
-void ExpectResults(const std::string& expected, const Arguments& arguments)
-{
-    std::istringstream groups(expected);
-    std::size_t pointer = 0;
-    for (std::string group; std::getline(groups, group, '/'); ++pointer)
-        ExpectNumbers(group, arguments.results.at(pointer));
-}
-
 /// The constants of the read limits that the port was given.
 std::string Limits()
 {
@@ -65,29 +44,6 @@ std::string Limits()
     return limits;
 }
 
-/// Fields of the record by their names.
-using ReadField = std::function<double(const CalDataBlock&, std::size_t)>;
-const std::map<std::string, ReadField> fields = {
-#define FIELD(part, name)                                                                                              \
-    {                                                                                                                  \
-#name, [](const CalDataBlock& d, std::size_t i) {                                                                 \
-         using Number = std::remove_cvref_t<std::remove_all_extents_t<decltype(d.part.name)>>;                         \
-         return static_cast<double>(reinterpret_cast<const Number*>(&d.part.name)[i]);                                 \
-     }    \
-    }
-    FIELD(header, activeCalibration), FIELD(header, ambientMatrix),    FIELD(header, blueFactor),
-    FIELD(header, calCount),          FIELD(header, calMatrix),        FIELD(header, calTime),
-    FIELD(header, channel1Factors),   FIELD(header, clockPeriod),      FIELD(header, darkCurrent),
-    FIELD(header, eepromState),       FIELD(header, edgeRGB),          FIELD(header, frequencySamples),
-    FIELD(header, greenFactor),       FIELD(header, integrationTicks), FIELD(header, lumFactor),
-    FIELD(header, monitorFrequency),  FIELD(header, numDarkMeas),      FIELD(header, numMeasToAvg),
-    FIELD(header, numPeriods),        FIELD(header, redFactor),        FIELD(header, repeatCount),
-    FIELD(header, sweepCount),        FIELD(header, syncMode),         FIELD(header, targetCount),
-    FIELD(header, tickLength),        FIELD(header, timingFlags),      FIELD(comm, timeOutApplied),
-    FIELD(header, lumChannel),        FIELD(header, periodsLeft),      FIELD(header, wideCount),
-#undef FIELD
-};
-
 /// Fields and their numbers stand between ";".
 void ExpectRecord(const std::string& expected, const CalDataBlock& device)
 {
@@ -97,8 +53,7 @@ void ExpectRecord(const std::string& expected, const CalDataBlock& device)
         std::string name, numbers;
         words >> name;
         std::getline(words, numbers);
-        SCOPED_TRACE(name);
-        ExpectNumbers(numbers, [&](std::size_t i) { return fields.at(name)(device, i); });
+        ExpectField(name, numbers, device);
     }
 }
 

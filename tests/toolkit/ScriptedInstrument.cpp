@@ -239,6 +239,8 @@ void ToolkitTest::AttachBy(const std::string& text)
     for (std::string word; words >> word;) {
         if (word == "serial")
             onUsb = false;
+        else if (word == "closed")
+            continue;
         else if (word[0] != '@')
             instrument.version = word;
         else

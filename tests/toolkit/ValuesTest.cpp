@@ -1,4 +1,4 @@
-// What the dialogues cannot hold: means over several readings, the whole of a loop, clocks.
+// What rows cannot hold: the whole of a search, clocks that there are not, limits of a count.
 
 #include "tests/support/Rows.h"
 #include "tests/toolkit/Calls.h"
@@ -8,101 +8,7 @@
 
 #include <cmath>
 
-using ToolkitSeam::state;
-
 class ValuesTest : public ToolkitTest { };
-
-TEST_F(ValuesTest, ColoursAreWholeRecords)
-{
-    Open(4);
-    instrument.Script("13:0 2:0 3:0");
-    ZelYxyz black;
-    ASSERT_EQ(ZEL_OK, zelMeasureLCDYxySim_M(&device, 1, &black));
-    EXPECT_NEAR(0.3121453, black.x, 1e-6);
-    EXPECT_NEAR(0.3291714, black.y, 1e-6);
-    EXPECT_NEAR(1.0, black.x + black.y + black.z, 1e-12);
-    const double opposite[9] = {1, 0, 0, 0, 1, 0, -1, -1, 0};
-    std::copy_n(opposite, 9, device.header.calMatrix);
-    EXPECT_EQ(ZEL_NO_COLOUR, zelMeasureLCDYxySim_M(&device, 1, &black));
-    EXPECT_EQ(black.Y, 0.0001) << "stands, in its own unit";
-    EXPECT_EQ(black.x, 0.0);
-}
-
-TEST_F(ValuesTest, EveryMeasurementStartsAnew)
-{
-    Open(4);
-    const Arguments none;
-    for (const char* call : {"zelMeasureYxyProgressive 1", "zelMeasureLCDYxySeq 1", "zelMeasureYxy 1"}) {
-        instrument.Script("13:1500001 2:1500001 3:1500001 10:3000001 11:3000001 12:3000001 1:5 2:5 3:5");
-        Arguments arguments;
-        ASSERT_EQ(ZEL_OK, MakeCall(call, &device, arguments));
-    }
-    ZelCalHeader& header = device.header;
-    EXPECT_EQ(header.channelCount[2], 5U);
-    for (int i = 0; i < 3; ++i) {
-        EXPECT_EQ(header.edgeCount[i] + header.periodCount[i] + header.wideCount[i], 0U);
-        EXPECT_EQ(header.edgeRGB[i] + header.periodRGB[i], 0.0);
-        EXPECT_EQ(header.periodsRGB[i] + header.edgesRGB[i] + header.repeatCount[i] + header.periodsLeft[i], 0);
-    }
-    header.scaledRGB[0] = header.wideEdges[1] = header.edgeTimeLimit = 1;
-    std::uint32_t raw[3];
-    ASSERT_EQ(ZEL_OK, zelMeasureRawData_M(&device, raw));
-    EXPECT_EQ(header.scaledRGB[0], 0.0);
-    EXPECT_EQ(header.wideEdges[1], 0);
-    EXPECT_EQ(header.edgeTimeLimit, 255);
-    EXPECT_EQ(header.channelCount[2], 0U) << "raw counts go to the caller alone";
-}
-
-TEST_F(ValuesTest, ProgressiveSumsSurviveMoreRepetitionsThanTheirField)
-{
-    Open(4);
-    instrument.Script("13:60 2:30 3:30");
-    ZelYxyz colour;
-    ASSERT_EQ(ZEL_OK, zelMeasureYxyProgressive_M(&device, 1, &colour));
-    EXPECT_EQ(device.header.wideCount[0], 3000060U);
-    EXPECT_EQ(device.header.repeatCount[0], 32767);
-    EXPECT_NEAR(41666.449, device.header.edgeRGB[0], 1e-2);
-}
-
-TEST_F(ValuesTest, DarkReferencesAreMeansOfTheirReadings)
-{
-    const struct {
-        int type;
-        std::int32_t (*call)(CalDataBlock*);
-        const char* counts;
-        double expected[3];
-    } cases[] = {
-        {4, zelSetLCDDarkCurrentSim_M, "13:4000000,5000000 2:3000000 3:0", {0.5625005, 0.8333341, 0.0}},
-        {9, zelSetLCDDarkCurrentSeq_M, "10:4000000,5000000 11:6000000 12:0", {1.125001, 0.833334, 0.0}},
-        {13, zelSetBassixPlusDarkCurrentEdge_M, "13:4000000,5000000", {0.1125, 0, 0}},
-        {6, zelSetBassixPlusDarkCurrentPeriod_M, "11:4000000,5000000", {0.45, 0, 0}},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.type);
-        Open(c.type);
-        device.header.numDarkMeas = 2;
-        for (double& dark : device.header.darkCurrent)
-            dark = 0.0;
-        instrument.Script(c.counts);
-        ASSERT_EQ(ZEL_OK, c.call(&device));
-        for (int i = 0; i < 3; ++i)
-            EXPECT_NEAR(c.expected[i], device.header.darkCurrent[i], 2e-6);
-        EXPECT_EQ(static_cast<float>(device.header.darkCurrent[0]), device.eeprom.darkFloats[0]);
-        device.header.numDarkMeas = 0;
-        EXPECT_EQ(ZEL_OUT_OF_RANGE, c.call(&device));
-    }
-    Open(9);
-    instrument.Script("13:5000000 2:1000000 3:5000000");
-    EXPECT_EQ(ZEL_TOO_MUCH_LIGHT, zelSetDarkCurrentEx_M(&device));
-    EXPECT_NEAR(2.500002, device.header.darkCurrent[1], 1e-5);
-    EXPECT_EQ(static_cast<float>(device.header.darkCurrent[1]), device.eeprom.darkFloats[1]) << "stored all the same";
-    for (const double bad : {double(INFINITY), double(NAN), 1e39, -1e39}) {
-        const double values[3] = {0.25, 0.25, bad};
-        instrument.TakeFrames();
-        EXPECT_EQ(ZEL_OUT_OF_RANGE, AltrixStoreDarkCurrent_M(&device, values));
-        EXPECT_EQ(instrument.TakeFrames(), "");
-    }
-}
 
 TEST_F(ValuesTest, WithoutAClockReadingsAreDarkAndNothingInfiniteIsStored)
 {
@@ -177,24 +83,6 @@ TEST_F(ValuesTest, TheLoopSearchFindsTheClosestPair)
         const int r = std::stoi(frames.substr(20, 2) + frames.substr(23, 2), nullptr, 16);
         EXPECT_DOUBLE_EQ(least, std::fabs(1.0 - target / (r * 750000.0 / n))) << rate;
     }
-}
-
-TEST_F(ValuesTest, TheWaitForTheLoopEnds)
-{
-    Open(11);
-    instrument.lockDetect = 239;
-    instrument.exchangeMicroseconds = 100'000;
-    const std::int64_t start = state.clock;
-    EXPECT_EQ(ZEL_OK, TenrixWaitForPLLToSettle_M(&device));
-    EXPECT_NEAR(15.0, static_cast<double>(state.clock - start) * 1e-6, 1.1);
-    instrument.lockDetect = 240;
-    instrument.TakeFrames();
-    EXPECT_EQ(ZEL_OK, TenrixWaitForPLLToSettle_M(&device));
-    EXPECT_EQ(instrument.TakeFrames(), "24");
-
-    instrument.lockDetect = 0;
-    instrument.exchangeMicroseconds = 0; // a clock that stands still
-    EXPECT_EQ(ZEL_OK, TenrixWaitForPLLToSettle_M(&device));
 }
 
 TEST(Multipliers, KeepTheirLimits)
