@@ -9,8 +9,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <new>
+#include <pthread.h>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 using testing::ElementsAre;
@@ -49,17 +51,15 @@ protected:
     static std::string Extended() { return OX_GetOption("ExtendedErrorInformation"); }
 };
 
-struct FailureCase {
-    const char* what;
-    std::function<void()> fail;
-    OX_Result code;
-    std::string text;
-    std::string type; ///< second line of the extended text
-};
-
 TEST_F(CallFrame, EveryKindOfFailureBecomesItsCodeItsTextAndACallOfTheHandler)
 {
-    const FailureCase cases[] = {
+    const struct {
+        const char* what;
+        std::function<void()> fail;
+        OX_Result code;
+        std::string text;
+        std::string type; ///< second line of the extended text
+    } cases[] = {
         {"transport", [] { throw IOException("pipe", "at"); }, OX_DeviceNotConnected, "pipe", "IOException"},
         {"calculation", [] { throw CalculationException("white", "at"); }, OX_CalculationFailed, "white",
          "CalculationException"},
@@ -148,14 +148,17 @@ TEST_F(CallFrame, EveryCallTellsItsNameAndHasItsOwnFailureValue)
     EXPECT_EQ(LastError(), "no error") << "any other key clears the stored error";
 }
 
-TEST_F(CallFrame, NullTextsAreRefusedBeforeAnyUse)
+TEST_F(CallFrame, AnOperationMayEndItsThread)
 {
-    EXPECT_EQ(OX_SetOption(nullptr, "x"), OX_InvalidParameter);
-    EXPECT_EQ(LastError(), "parameter must not be null");
-    EXPECT_EQ(OX_SetOption("MeasurementMode", nullptr), OX_InvalidParameter);
-    EXPECT_EQ(OX_SetOption("Reset", ""), OX_InvalidParameter);
-    EXPECT_EQ(LastError(), "parameter must not be empty");
-    EXPECT_STREQ(OX_GetOption(nullptr), "");
+    static bool isPast = false;
+    Scripted().operation = [] { ::pthread_exit(nullptr); };
+    std::thread([] {
+        OX_Calibrate();
+        isPast = true;
+    }).join();
+    EXPECT_FALSE(isPast);
+    Scripted().operation = [] {};
+    EXPECT_EQ(OX_Calibrate(), OX_NoError);
 }
 
 TEST_F(CallFrame, AHandlersOwnExceptionPassesAndAllOthersAreSwallowed)

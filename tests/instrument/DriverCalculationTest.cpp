@@ -72,7 +72,7 @@ Property ValueOf(const std::string& text)
         isVector = isVector || star != std::string::npos || word == "longs" || word == "floats";
         if (word != "longs" && word != "floats")
             floats.insert(floats.end(), star == std::string::npos ? 1 : std::stoul(word),
-                          std::stof(word.substr(star + 1)));
+                          static_cast<float>(std::stod(word.substr(star + 1))));
     }
     if (areLongs)
         return Longs(floats.begin(), floats.end());
@@ -321,6 +321,8 @@ TEST(DriverCalculation, LeavesAWhiteThatItOnlyChecks)
 TEST(DriverCalculation, KeepsTheTraceOfTheFailureInside)
 {
     DriverCalculation calculation(DefaultCalibration());
+    SensorData dark = DataOf("100");
+    calculation.Dark(dark);
     SpectrumData result;
     result.SetSize(1);
     SensorData sample = DataOf("5000");

@@ -2,8 +2,8 @@
 
 #include "Vondrel/DeviceDriver/GENERIC/Configuration/PropertyId.h"
 #include "Vondrel/DeviceDriver/ox/Orvex.h"
-#include "Vondrel/Utilities/Exceptions/DeviceDriverException.h"
 #include "Vondrel/Utilities/Multithreading/Mutex.h"
+#include "tests/support/Thrown.h"
 #include "virtual/orvex-virtual.h"
 
 #include <array>
@@ -21,16 +21,12 @@ using testing::SizeIs;
 
 namespace {
 
-/// What an operation throws, in words; "nothing".
+/// The text of what an operation throws, or "nothing".
 template<typename Operation>
 std::string FailureOf(Operation operation)
 {
-    try {
-        operation();
-    } catch (const std::exception& e) {
-        return e.what();
-    }
-    return "nothing";
+    const std::string thrown = Thrown(operation);
+    return thrown == "nothing" ? thrown : thrown.substr(thrown.find(": ") + 2);
 }
 
 class DeviceModes : public testing::Test {

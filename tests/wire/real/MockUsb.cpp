@@ -151,8 +151,10 @@ long MockUsb::Perform(unsigned long request, void* argument)
             USBDEVFS_CAP_ZERO_PACKET | USBDEVFS_CAP_NO_PACKET_SIZE_LIM | USBDEVFS_CAP_REAP_AFTER_DISCONNECT;
         return 0;
     case USBDEVFS_CLAIMINTERFACE:
+        ++claims;
         return Open();
     case USBDEVFS_RELEASEINTERFACE:
+        --claims;
         Close();
         [[fallthrough]];
     case USBDEVFS_SETINTERFACE:

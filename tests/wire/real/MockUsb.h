@@ -20,6 +20,8 @@ public:
     std::string Address() const override;
     std::string NodeFile() const override;
 
+    std::atomic<int> claims = 0; ///< of the interface, that were not given back
+
 private:
     void Appear() override;
     void Disappear() override;

@@ -35,14 +35,16 @@ TEST(MockedUsb, ListsOnlyInstrumentsOfOurs)
     EXPECT_THAT(USBBrowser::Instance()->GetDevices(), ElementsAre("/dev/bus/usb/001/012"));
 }
 
-TEST(MockedUsb, SaysThatAnotherProcessHasTheInstrument)
+TEST(MockedUsb, SaysThatAnotherProcessHasTheInstrumentAndGivesItBackItself)
 {
-    const auto instrument = PlugInInstrument();
-    instrument->SetFault("open", "busy");
+    MockUsb instrument(4);
+    instrument.SetFault("open", "busy");
     EXPECT_EQ(Thrown([] { BrindleLowLevelDriver(nullptr, 0); }),
               "IOException: could not open pipe: (Win32 Error (16) : device or resource busy)");
-    instrument->ClearFaults();
+    instrument.ClearFaults();
+    instrument.claims = 0;
     EXPECT_EQ(Thrown([] { BrindleLowLevelDriver(nullptr, 0); }), "nothing");
+    EXPECT_EQ(instrument.claims, 0);
 }
 
 TEST(MockedUsb, ForgetsTheAddressesThatItWasAskedFor)

@@ -79,6 +79,8 @@ TEST_F(RealUsb, OpensMeasuresAndLeavesNothingBehind)
         ASSERT_EQ(result.size(), 25U);
         EXPECT_EQ(result[24].LoadRawData()[0], RawSpectrum(128, 124));
         EXPECT_EQ(instrument->Memory(0, logSize), asBuilt);
+        driver.DownloadFirmware({{0x0200, std::vector<std::uint8_t>(300)}});
+        EXPECT_EQ(instrument->Setups().back(), "40 A0 00 02 00 00 2C 01") << "both bytes of the length";
     }
     EXPECT_NE(instrument->Memory(0, logSize), asBuilt);
     EXPECT_EQ(instrument->Memory(0, logSize), instrument->Memory(0x800, logSize)) << "the log's two copies";
