@@ -2,6 +2,7 @@
 
 #include "orvex/ox.h"
 #include "tests/frame/ScriptedDevice.h"
+#include "tests/support/LockName.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -34,14 +35,20 @@ TEST_F(Contexts, TheFirstDetectionChoosesAndAResetOfAllDetectsAnew)
     EXPECT_EQ(DeviceType(), "OrvexDisplay");
 }
 
+TEST_F(Contexts, AForkedChildMakesItsOwn)
+{
+    EXPECT_EQ(DeviceType(), "Orvex0");
+    EXPECT_TRUE(InChild([] { return DeviceType() == "Orvex0" && Scripted().alive == 2; }));
+    EXPECT_EQ(Scripted().alive, 1);
+}
+
 TEST_F(Contexts, DeviceTypeTextsAreTranslatedOrRefused)
 {
-    struct Case {
+    const struct {
         const char* text;
         OX_Result code;
         const char* current; ///< afterwards
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"Orvex12", OX_NoError, "Orvex12"},           {"Orvex127", OX_NoError, "Orvex127"},
         {"Orvex128", OX_NotAvailable, "Orvex127"},    {"Orvex200", OX_NotAvailable, "Orvex127"},
         {"Orvex1000", OX_NotAvailable, "Orvex127"},   {"Orvex-1", OX_NotAvailable, "Orvex127"},

@@ -119,6 +119,21 @@ TEST_F(DeviceModes, TheServiceModeReadsAndWritesSinglePropertiesAndMeasuresNothi
     EXPECT_EQ(device.GetCondition(IntegrationTime).AsFloat(), 0.5F);
     device.Activate(9);
     EXPECT_EQ(FailureOf([&] { Sample(device); }), "No such mode (Unknown interface (9))");
+    ASSERT_EQ(oxv_set_number(bench, "device-type", 2), OXV_OK);
+    device.Reset();
+    device.Activate(RemissionMode);
+    EXPECT_EQ(FailureOf([&] { Sample(device); }), "No such mode (RemissionHandle)") << "a monitor's";
+}
+
+TEST_F(DeviceModes, AMeasurementWithoutAnyReadingFails)
+{
+    Orvex device(nullptr, 0);
+    device.Activate(EmissionMode);
+    Show("dark");
+    device.Calibrate(true);
+    device.SetCondition(ScanMode, 1);
+    Break("bulk-read", 1, "empty");
+    EXPECT_EQ(FailureOf([&] { Sample(device); }), "Data not valid");
 }
 
 TEST_F(DeviceModes, AMeasurementWaitsForWhoeverHasTheLockOfAllInstruments)
