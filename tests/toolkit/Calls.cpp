@@ -31,7 +31,7 @@ T Next(Arguments& arguments)
 {
     if constexpr (std::is_pointer_v<T>) {
         using Pointee = std::remove_pointer_t<T>;
-        if (arguments.null)
+        if (arguments.pointers++ == arguments.nullAt)
             return nullptr;
         auto& block = arguments.blocks.emplace_back();
         if constexpr (std::is_same_v<Pointee, const double>) {
@@ -66,15 +66,15 @@ std::int64_t Invoke(Result (*call)(CalDataBlock*, A...), CalDataBlock* device, A
 }
 
 template<typename Result, typename... A>
-constexpr bool HasPointer(Result (*)(CalDataBlock*, A...))
+constexpr int Pointers(Result (*)(CalDataBlock*, A...))
 {
-    return (std::is_pointer_v<A> || ...);
+    return (0 + ... + (std::is_pointer_v<A> ? 1 : 0));
 }
 
 const Call calls[] = {
 #define TWIN(result, name, parameters, ...)                                                                            \
     {#name, [](CalDataBlock* device, Arguments& a) { return Invoke(name##_M, device, a); },                            \
-     [](Arguments& a) { return Invoke(name, a); }, HasPointer(name##_M)},
+     [](Arguments& a) { return Invoke(name, a); }, Pointers(name##_M)},
 #include "toolkit/Twins.def"
 };
 

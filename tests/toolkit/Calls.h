@@ -17,13 +17,14 @@ struct Arguments {
     explicit Arguments(std::vector<double> theNumbers = {}) : numbers(std::move(theNumbers)) { }
 
     std::vector<double> numbers; ///< for numbers and vectors in the order of the parameters; 1 where there are no more
-    bool null = false;           ///< null pointers
+    int nullAt = -1;             ///< which pointer is null, if one is
 
     /// The results: of each pointer that is not const what it points at now, as numbers.
     std::vector<std::function<double(std::size_t)>> results;
 
     std::deque<std::array<double, 1024>> blocks; ///< what the pointers point at
     std::size_t taken = 0;
+    int pointers = 0;
 };
 
 /// A pair of calls: on a record, and on the default device.
@@ -31,7 +32,7 @@ struct Call {
     std::string name;
     std::function<std::int64_t(CalDataBlock*, Arguments&)> onRecord;
     std::function<std::int64_t(Arguments&)> onDefault;
-    bool hasPointer;
+    int pointers; ///< among its parameters
 };
 
 /// All pairs of zelcal.h.

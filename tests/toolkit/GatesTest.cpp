@@ -116,14 +116,23 @@ TEST_F(GatesTest, NullPointersAreRefusedAndSendNothing)
             || call.name == "zelSupportsFunction";
         EXPECT_EQ(tellsNoStatus ? 0 : ZEL_BAD_ARGUMENT, call.onRecord(nullptr, good));
         const Types accepted = Accepted(call.name);
-        if (!call.hasPointer || Opens(call.name) || accepted.empty())
+        if (accepted.empty())
             continue;
-        Open(*accepted.begin());
-        Arguments arguments;
-        arguments.null = true;
-        const std::int64_t status = call.onRecord(&device, arguments);
-        EXPECT_TRUE(status == ZEL_BAD_ARGUMENT || status == ZEL_OUT_OF_RANGE) << status;
-        EXPECT_EQ(instrument.TakeFrames(), "");
+        for (int pointer = 0; pointer < call.pointers; ++pointer) {
+            SCOPED_TRACE(pointer);
+            if (Opens(call.name))
+                Attach(*accepted.begin());
+            else
+                Open(*accepted.begin());
+            Arguments arguments;
+            arguments.nullAt = pointer;
+            const std::int64_t status = call.onRecord(&device, arguments);
+            EXPECT_TRUE(status == ZEL_BAD_ARGUMENT || status == ZEL_OUT_OF_RANGE
+                        || (status == ZEL_NULL_HANDLE && Opens(call.name)))
+                << status;
+            EXPECT_EQ(instrument.TakeFrames(), "");
+            EXPECT_EQ(device.header.isOpen, Opens(call.name) ? 0 : 1);
+        }
     }
 }
 
