@@ -210,55 +210,6 @@ TEST(ColorimeterFaults, InAStoreTheCellsWrittenSoFarStay)
             ASSERT_NO_FATAL_FAILURE(BreakEach(type, usb, Which::fewer, open, store, check));
 }
 
-TEST(ColorimeterFaults, BlankAndStrangeMemories)
-{
-    struct Case {
-        int type;
-        std::size_t cell;
-        std::vector<std::uint8_t> bytes;
-        std::int32_t opened;
-        std::int32_t selected; // by zelSelectCalibration of slot 1
-    };
-    const Case cases[] = {
-        {4, 126, {0xFF, 0xFF}, -506, -509},
-        {7, 126, {0xFF, 0xFF}, -506, -509},
-        {4, 40, {0, 0}, -507, -509},
-        {4, 42, {0, 0}, -507, -509},
-        {20, 48, {0, 0}, -507, -509},
-        {4, 126, {0, 3}, 0, -1001},
-        {4, 126, {0, 5}, 0, -1000},
-        {4, 126, {0, 6}, 0, -1001},
-        {4, 126, {0, 7}, 0, 0},
-        {4, 126, {0, 12}, 0, 0},
-        {4, 126, {0, 13}, 0, 0},
-        {4, 90, {0xFF, 0xFF, 0xFF, 0xFF}, 0, -1000},
-        {7, 126, {0, 13}, 0, -504},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(testing::Message() << "type " << c.type << ", cell " << c.cell << " = " << int{c.bytes[0]} << ", "
-                                        << int{c.bytes[1]});
-        Session session(c.type, true);
-        oxv_memory_write(session.instrument, static_cast<std::uint32_t>(c.cell), c.bytes.data(), c.bytes.size());
-        EXPECT_EQ(session.Open(), c.opened);
-        EXPECT_EQ(session.device.header.isOpen, c.opened == 0 ? 1 : 0);
-        EXPECT_EQ(zelSelectCalibration_M(&session.device, 1), c.selected);
-        if (c.opened == 0 && c.type == 4) {
-            EXPECT_EQ(session.Measure(), 0);
-        }
-    }
-}
-
-TEST(ColorimeterFaults, APulledUsbCableIsNoticedOnce)
-{
-    Session session(4, true);
-    ASSERT_EQ(session.Open(), 0);
-    oxv_unplug(session.instrument);
-    oxv_plug(session.instrument);
-    EXPECT_EQ(session.Measure(), -510) << "also when it is back";
-    EXPECT_EQ(session.Measure(), -509);
-    ASSERT_NO_FATAL_FAILURE(session.ExpectRecovery());
-}
-
 TEST(ColorimeterFaults, APortOfTheApplicationIsWaitedOnForThreeSeconds)
 {
     const struct {
@@ -286,18 +237,6 @@ TEST(ColorimeterFaults, APortOfTheApplicationIsWaitedOnForThreeSeconds)
             EXPECT_NEAR(static_cast<double>(oxv_clock_now() - start) * 1e-6, c.seconds, 0.1);
             oxv_reset();
         }
-}
-
-TEST(ColorimeterFaults, RefreshWithoutALightThatRefreshes)
-{
-    Session session(4, false);
-    ASSERT_EQ(session.Open(), 0);
-    oxv_set_number(session.instrument, "refresh-hz", 0);
-    double hertz = -1;
-    EXPECT_EQ(zelMeasMonFreqAndSetIntTime_M(&session.device, 100, &hertz), -200);
-    EXPECT_EQ(hertz, 0);
-    EXPECT_EQ(session.device.header.integrationTicks, 416667U) << "set for 60 Hz";
-    EXPECT_EQ(session.Measure(), 0);
 }
 
 }

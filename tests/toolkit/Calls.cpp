@@ -37,9 +37,10 @@ T Next(Arguments& arguments)
         if constexpr (std::is_same_v<Pointee, const double>) {
             std::generate_n(block.begin(), 3, [&] { return NextNumber(arguments); });
         } else if constexpr (std::is_same_v<Pointee, const std::uint8_t>) { // how many, then each
-            if (arguments.taken < arguments.numbers.size())
-                std::generate_n(reinterpret_cast<std::uint8_t*>(block.data()), static_cast<int>(NextNumber(arguments)),
-                                [&] { return static_cast<std::uint8_t>(NextNumber(arguments)); });
+            const double count = arguments.taken < arguments.numbers.size() ? NextNumber(arguments) : 0.0;
+            std::generate_n(reinterpret_cast<std::uint8_t*>(block.data()),
+                            static_cast<int>(std::clamp(count, 0.0, 512.0)),
+                            [&] { return static_cast<std::uint8_t>(NextNumber(arguments)); });
         } else if constexpr (!std::is_const_v<Pointee>) {
             block.fill(Arguments::unset);
             arguments.results.emplace_back(

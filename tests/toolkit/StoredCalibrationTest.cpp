@@ -249,20 +249,6 @@ TEST_F(StoredCalibrationTest, SlotsAreStoredChosenAndCopiedOneByOne)
     EXPECT_EQ(ZEL_SLOT_BLANK, zelSelectCalibration_M(&device, 1));
 }
 
-TEST_F(StoredCalibrationTest, AStoreThatBreaksLeavesTheCellsWrittenSoFar)
-{
-    Open(4, false);
-    instrument.SetFault(ScriptedInstrument::Fault::silence, 6, 1, 7);
-    EXPECT_EQ(ZEL_NO_REPLY, AltrixStoreCalData_1_ToEEPROM_M(&device, &record));
-    const ScriptedInstrument sound = SoundInstrument(4);
-    int changed = 0;
-    for (unsigned i = 4; i < 54; ++i)
-        changed += instrument.cells[i] != sound.cells[i];
-    EXPECT_EQ(changed, 6) << "the sixth write arrived, its answer did not";
-    EXPECT_EQ(device.eeprom.eepromMatrix1[0], 4.0e-3F) << "not read back";
-    EXPECT_EQ(device.header.isOpen, 1);
-}
-
 TEST_F(StoredCalibrationTest, ReportsTellWhatWasFitted)
 {
     Open(4);
@@ -299,7 +285,7 @@ TEST_F(StoredCalibrationTest, ReportsTellWhatWasFitted)
     EXPECT_FALSE(std::isfinite(device.header.calMatrix[0])) << "one colour fits nothing";
     std::ifstream report("rgbmatN.txt");
     const std::vector<std::string> words{std::istream_iterator<std::string>(report), {}};
-    EXPECT_NE(std::string::npos, words.at(9).find_first_of("ni")) << "inf or nan";
+    EXPECT_TRUE(words.at(9).ends_with("inf") || words.at(9).ends_with("nan")) << words.at(9);
 }
 
 TEST_F(StoredCalibrationTest, TheMemoryCanBeReadInReadableForm)
