@@ -1,9 +1,11 @@
 // Colour differences: published numbers, the properties of each formula, and where they refuse.
 
 #include "tests/cmetry/Colors.h"
+#include "tests/support/Rows.h"
 
 #include "Vondrel/CMetry/CMetryService.h"
 #include "Vondrel/CMetry/Internals/CMetryCalculator.h"
+#include "Vondrel/CMetry/Internals/NearAngles.h"
 #include "Vondrel/CMetry/Internals/SinglePrecision.h"
 
 #include <gtest/gtest.h>
@@ -304,73 +306,40 @@ TEST(Metamerism, IsZeroForASpectrumAgainstItselfAndForItsMultiples)
     }
 }
 
-TEST(ColorClass, ChangesAtItsHues)
+TEST(ColorClass, HasItsNameAtEveryLimit)
 {
-    const struct {
-        float hue, chroma, lightness;
-        int type;
-    } cases[] = {
-        {2, 30, 60, 0},         {18, 30, 60, 0},        {22, 39.6F, 49.6F, 9},    {22, 39.6F, 50.4F, 12},
-        {22, 40.4F, 49.6F, 12}, {35.6F, 50, 60, 12},    {36.4F, 54.6F, 64.6F, 9}, {36.4F, 55.4F, 64.6F, 12},
-        {36.4F, 50, 65.4F, 12}, {43, 30, 48, 9},        {46, 30, 66, 8},          {46, 30, 64, 9},
-        {78, 70.4F, 64, 11},    {78, 69.6F, 64.6F, 9},  {78, 60, 68, 8},          {81, 49.6F, 65.4F, 8},
-        {81, 50.4F, 65.4F, 10}, {88, 60, 63, 9},        {92, 69.6F, 64.6F, 6},    {92, 70.4F, 64.6F, 10},
-        {108, 30, 66, 8},       {111, 49.6F, 49.6F, 6}, {111, 30, 50.4F, 7},      {133, 50.4F, 48, 7},
-        {133, 30, 48, 6},       {136, 30, 50, 5},       {173, 30, 50, 5},         {176, 30, 50, 4},
-        {208, 30, 50, 4},       {211, 30, 50, 3},       {258, 30, 50, 3},         {261, 30, 50, 2},
-        {298, 30, 50, 2},       {301, 30, 50, 1},       {333, 30, 50, 1},         {336, 30, 50, 0},
-        {358, 30, 50, 0},       {200, 8.5F, 50, 4},     {200, 7.5F, 50, 14},      {200, 6.3F, 85, 4},
-        {200, 5.9F, 85, 13},    {20, 4, 30.4F, 14},     {20, 4, 80.4F, 13},       {20, 4, 29.6F, 15},
-        {20, 4, 79.6F, 14},
-    };
-    for (const auto& c : cases) {
-        const double angle = Calculator::DegToRad(c.hue);
-        VDColorVector lab(c.lightness, Single(c.chroma * std::cos(angle)), Single(c.chroma * std::sin(angle)),
-                          Conditions(ColorSpace::CIELab));
-        VDSpectrum spectrum = CMetryService::GetSpectrum(lab);
-        spectrum.SetMeasureConditions(lab.GetMeasureConditions());
-        EXPECT_EQ(Calculator::GetColorType(spectrum), c.type) << c.hue << ' ' << c.chroma << ' ' << c.lightness;
+    const std::vector<Row> rows = ReadRows(ORVEX_TEST_DATA "/colour_classes.txt");
+    ASSERT_EQ(rows.size(), 52U);
+    for (const Row& row : rows) {
+        const std::vector<double> at = Numbers(row[0]);
+        const double angle = Calculator::DegToRad(at[0]);
+        VDSpectrum spectrum = CMetryService::GetSpectrum(
+            Lab(Single(at[2]), Single(at[1] * std::cos(angle)), Single(at[1] * std::sin(angle))));
+        EXPECT_EQ(CMetryService::GetColorType(spectrum), row[1]) << row[0];
     }
-}
-
-TEST(ColorClass, FollowsNeutralLimitHueAndLightness)
-{
-    // Spectra of bands: the instrument's points from `first` to `last` reflect `high`, the others `low`.
-    const auto band = [](std::size_t first, std::size_t last, float low, float high) {
-        VDSpectrum spectrum = FlatSpectrum(low);
-        for (std::size_t i = first; i <= last; ++i)
-            spectrum[i] = high;
-        return spectrum;
-    };
-    const struct {
-        const char* what;
-        VDSpectrum spectrum;
-        int type;
-    } cases[] = {
-        {"white", FlatSpectrum(1.0F), 13},
-        {"brighter than white", FlatSpectrum(1.5F), 13},
-        {"grey", FlatSpectrum(0.2F), 14},
-        {"dark grey", FlatSpectrum(0.02F), 15},
-        {"black", VDSpectrum(), 15},
-        {"violet", band(0, 11, 0.02F, 0.6F), 1},
-        {"blue", band(0, 13, 0.02F, 0.6F), 2},
-        {"cyan", band(6, 14, 0.02F, 0.6F), 3},
-        {"turquoise", band(0, 18, 0.02F, 0.6F), 4},
-        {"green", band(12, 19, 0.02F, 0.6F), 5},
-        {"yellow", band(13, 35, 0.02F, 0.9F), 10},
-        {"yellow green", band(12, 22, 0.02F, 0.6F), 7},
-        {"olive", band(12, 22, 0.01F, 0.06F), 6},
-        {"beige", band(16, 35, 0.4F, 0.7F), 8},
-        {"brown", band(21, 35, 0.05F, 0.2F), 9},
-        {"orange", band(20, 35, 0.02F, 0.8F), 11},
-        {"magenta", band(26, 35, 0.3F, 0.9F), 0},
-        {"red", band(23, 35, 0.02F, 0.6F), 12},
-        {"no number", FlatSpectrum(std::numeric_limits<float>::quiet_NaN()), -1},
-        {"infinite", FlatSpectrum(std::numeric_limits<float>::infinity()), -1},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(Calculator::GetColorType(c.spectrum), c.type) << c.what;
     VDSpectrum paper = FlatSpectrum(0.5F);
     paper.GetMeasureConditions().SetWhiteBase(WhiteBase::Paper);
+    EXPECT_EQ(CMetryService::GetColorType(paper), "Undefined") << "no paper white";
     EXPECT_EQ(Calculator::GetColorType(paper), -1);
+    EXPECT_EQ(Calculator::GetColorType(FlatSpectrum(std::nanf(""))), -1);
+    EXPECT_EQ(Calculator::GetColorType(FlatSpectrum(1.5F)), 13) << "brighter than white";
+}
+
+// The steps of a colour difference that come from power series.
+TEST(NearAngles, GiveTheFloatsOfTheLibrary)
+{
+    RandomColors random;
+    for (int i = 0; i < 200000; ++i) {
+        const float y = random.Between(-1, 1) * std::pow(10.0F, random.Between(-8, 3)), x = random.Between(-1, 1);
+        const auto never = [](int) -> double { return 0; };
+        const double angle = NearAngle(Both(y), Both(x))[0], turn = random.Between(-1.57F, 1.57F);
+        ASSERT_NEAR(angle / std::atan2(double(y), double(x)), 1, 1e-11) << y << ' ' << x;
+        ASSERT_EQ(NearAngle(Both(-y), Both(x))[1], -angle);
+        ASSERT_NEAR(NearSine(Both(turn))[0] / std::sin(turn), 1, 1e-11) << turn;
+        ASSERT_NEAR(NearCosine(Both(turn / 2))[1] / std::cos(turn / 2), 1, 1e-11) << turn;
+        ASSERT_EQ(SingleOf(TwoDoubles{turn, 1}, never)[0], Single(turn));
+    }
+    const double tie = 1 + std::ldexp(1.0, -24); // half way between two floats
+    EXPECT_EQ(SingleOf(tie, [] { return 7.0; }), 7.0) << "the step itself decides";
+    EXPECT_EQ(SingleOf(std::nan(""), [] { return 7.0; }), 7.0);
 }

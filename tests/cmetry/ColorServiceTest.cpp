@@ -77,6 +77,8 @@ TEST_F(ColorService, EverySpaceOfASpectrum)
                                 [&] { CMetryService::GetVector(sample, Space("CMYK")); });
     ExpectText<CMetryException>("GetVector not supported for ColorSpace Undefined",
                                 [&] { CMetryService::GetVector(sample, Space("Undefined")); });
+    ExpectText<CMetryException>("Illumination without a table: F13",
+                                [&] { CMetryService::GetVector(sample, With("Colorimetric.Illumination", "F13")); });
 }
 
 TEST_F(ColorService, ConversionsAgreeWithTheDirectWay)
@@ -198,27 +200,6 @@ TEST_F(ColorService, Metamerism)
     ExpectText<CMetryException>("CMetryCalculator", [&] { CMetryService::GetMetamery(sample, metamer, paper, test); });
 }
 
-TEST_F(ColorService, ColourNames)
-{
-    EXPECT_EQ(CMetryService::GetColorType(FlatSpectrum(1.0F)), "White");
-    EXPECT_EQ(CMetryService::GetColorType(FlatSpectrum(0.2F)), "Gray");
-    EXPECT_EQ(CMetryService::GetColorType(VDSpectrum()), "Black");
-    const struct {
-        VDColorVector lab;
-        const char* name;
-    } cases[] = {
-        {Lab(50, 50, 30), "Red"},    {Lab(85, 0, 80), "Yellow"},    {Lab(55, -40, 30), "Green"},
-        {Lab(50, -20, -30), "Cyan"}, {Lab(40, 60, -10), "Magenta"}, {Lab(40, 25, -35), "Undefined"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        EXPECT_EQ(CMetryService::GetColorType(CMetryService::GetSpectrum(c.lab)), c.name);
-    }
-    VDSpectrum paper = sample;
-    paper.GetMeasureConditions().SetMeasureCondition("Colorimetric.WhiteBase", "Paper");
-    EXPECT_EQ(CMetryService::GetColorType(paper), "Undefined") << "no paper white";
-}
-
 TEST_F(ColorService, WhiteBasePaper)
 {
     auto conditions = Space("CIELab");
@@ -232,27 +213,6 @@ TEST_F(ColorService, WhiteBasePaper)
     EXPECT_FALSE(std::isfinite(CMetryService::GetVector(sample, conditions)[0]));
     conditions.SetMeasureCondition("Colorimetric.WhiteBase", "Absolute");
     EXPECT_TRUE(std::isfinite(CMetryService::GetVector(sample, conditions)[0]));
-}
-
-TEST_F(ColorService, IlluminantsWithoutATable)
-{
-    const struct {
-        const char *illumination, *text;
-    } cases[] = {
-        {"F0", "Illumination without a table: F0"},
-        {"F13", "Illumination without a table: F13"},
-        {"Undefined", "Unsupported Illumination type"},
-        {"Dxx, Temperature:0", "Illumination gives no white point"},
-    };
-    const auto before = CMetryService::GetVector(sample, Space("CIELab"));
-    for (const auto& c : cases) {
-        const auto conditions = With("Colorimetric.Illumination", c.illumination);
-        ExpectText<CMetryException>(c.text, [&] { CMetryService::GetVector(sample, conditions); });
-        ExpectText<CMetryException>(c.text, [&] { CMetryService::GetDeltaE(sample, other, conditions); });
-    }
-    EXPECT_THROW(CMetryService::GetVector(sample, With("Colorimetric.Illumination", "Userdefined")),
-                 NullPointerException);
-    EXPECT_EQ(CMetryService::GetVector(sample, Space("CIELab")), before);
 }
 
 // Whatever a spectrum holds, every operation ends, with numbers or with a CMetryException.

@@ -97,20 +97,6 @@ TEST_F(Density, OfGreysUnderEveryStandard)
     }
 }
 
-TEST(DensityCurve, SumProductAndEquality)
-{
-    Filter::Curve half;
-    half.fill(0.5F);
-    Filter curve(half);
-    EXPECT_EQ(curve.GetFilterSum(), 18.0F);
-    curve[3] = 2.5F;
-    EXPECT_EQ(curve.GetFilterSum(), 20.0F) << "a written weight counts";
-    EXPECT_NEAR(curve * FlatSpectrum(0.1F), 2.0F, 1e-6);
-    EXPECT_NEAR(curve.FilterXFilter(curve) * FlatSpectrum(0.1F), 1.5F, 1e-6);
-    EXPECT_TRUE(curve == Filter(curve));
-    EXPECT_FALSE(curve == Filter(half));
-}
-
 TEST_F(Density, NarrowBandReadsOnePoint)
 {
     VDSpectrum spectrum = FlatSpectrum(0.5F);
@@ -197,6 +183,7 @@ TEST_F(Density, MaximumFrom410To700)
         {"and the last", {{700, 0.1F}}, 1.0F, 700},
         {"nearer to 550 nm", {{450, 0.1F}, {570, 0.1F}}, 1.0F, 570},
         {"equally near: the first", {{540, 0.1F}, {560, 0.1F}}, 1.0F, 540},
+        {"the middle itself", {{540, 0.1F}, {550, 0.1F}, {560, 0.1F}}, 1.0F, 550},
         {"no reflectance", {{500, 0.0F}}, 9.99F, 500},
     };
     for (const auto& c : cases) {
@@ -314,24 +301,28 @@ TEST_F(PressMeasure, GreynessAndHueError)
     EXPECT_FALSE(DensityCalculator::GetGreyness(FlatSpectrum(0.1F), Standard::DIN, true, value, true)) << "no paper";
 }
 
-TEST_F(PressMeasure, OneRoundingForEachResult)
+// An amount below 0.01 is no divisor: of a density, and for the dot area of an absorptance.
+TEST_F(PressMeasure, DivideByNoDensityNear0)
 {
-    RandomColors random;
-    DensityService::SetPaperWhite(FlatSpectrum(0.99F));
-    const auto conditions = DensityConditions("Paper", "Cyan");
-    for (int i = 0; i < 200; ++i) {
-        const VDSpectrum spectrum = random.Reflectance();
-        std::array<float, 3> sorted;
-        DensityCalculator::SortColorDensities(Of(spectrum), sorted);
-        const double high = sorted[0], middle = sorted[1], low = sorted[2];
-        float value = 0.0F;
-        ASSERT_TRUE(DensityCalculator::GetHueError(spectrum, Standard::DIN, false, value, true));
-        EXPECT_EQ(value, static_cast<float>((middle - low) / (high - low)));
-
-        const VDSpectrum solid = Cyan(0.04F);
-        ASSERT_TRUE(DensityCalculator::GetDotArea(solid, spectrum, Standard::DIN, Mode::Cyan, value));
-        EXPECT_EQ(DensityService::GetDotGain(solid, spectrum, conditions, 50.0F),
-                  static_cast<float>(value * 100.0 - 50.0));
+    DensityService::SetPaperWhite(FlatSpectrum(1.0F));
+    const auto of = [](double density) { return Cyan(static_cast<float>(std::pow(10.0, -density))); };
+    const struct {
+        double density;
+        bool divides, dividesArea;
+    } cases[] = {{-0.02, true, true},    {-0.0098, false, true}, {-0.0042, false, false}, {0, false, false},
+                 {0.0043, false, false}, {0.0098, false, true},  {0.0102, true, true}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.density);
+        float area = -1.0F, contrast = -1.0F, trapping = -1.0F, hueError = -1.0F;
+        const VDSpectrum solid = of(c.density), tint = of(c.density / 2), both = of(0.3 + c.density / 2);
+        ASSERT_TRUE(DensityCalculator::GetDotArea(solid, tint, Standard::DINNB, Mode::Cyan, area));
+        ASSERT_TRUE(DensityCalculator::GetContrast(solid, tint, Standard::DINNB, true, Mode::Cyan, contrast));
+        ASSERT_TRUE(DensityCalculator::GetTrapping(of(0.3), solid, both, Standard::DINNB, Mode::Cyan, trapping));
+        ASSERT_TRUE(DensityCalculator::GetHueError(solid, Standard::DINNB, true, hueError, true));
+        const double dots = (1 - std::pow(10, -c.density / 2)) / (1 - std::pow(10, -c.density));
+        EXPECT_NEAR(area, c.dividesArea ? dots : 0, 1e-4);
+        EXPECT_NEAR(contrast, c.divides ? 0.5 : 0, 1e-4);
+        EXPECT_NEAR(trapping, c.divides ? 0.5 : 1, 1e-4);
     }
 }
 

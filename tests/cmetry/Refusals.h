@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/support/Thrown.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -13,5 +15,6 @@ void ExpectText(const std::string& text, Action action)
         ADD_FAILURE() << "no exception; expected: " << text;
     } catch (const Exception& e) {
         EXPECT_EQ(e.what(), text);
+        ExpectPlaces(e);
     }
 }

@@ -72,20 +72,6 @@ TEST(Spectrum, ComparesValuesAndConditions)
     EXPECT_FALSE(other == SpectrumOf(0.5F));
 }
 
-TEST(ColorVector, WorksOnAllFourElements)
-{
-    const VDMeasureConditions conditions;
-    VDColorVector vector({4.0F, 6.0F, 8.0F, 10.0F}, conditions);
-    const VDColorVector other({2.0F, 3.0F, 4.0F, 5.0F}, conditions);
-    vector -= other;
-    EXPECT_TRUE(vector == other);
-    vector *= other;
-    EXPECT_TRUE(vector == VDColorVector({4.0F, 9.0F, 16.0F, 25.0F}, conditions));
-    EXPECT_EQ(VDColorVector({1.0F, 4.0F, 8.0F, 12.0F}, conditions).Length(), 15.0F);
-    EXPECT_EQ(VDColorVector(std::vector<float>{2.0F}, conditions)[3], 0.0F);
-    EXPECT_THROW(VDColorVector(std::vector<float>(5), conditions), CMetryException);
-}
-
 TEST(ColorVector, ComparesWhatTheNumbersMean)
 {
     VDColorVector lab(1.0F, 2.0F, 3.0F, VDMeasureConditions());

@@ -1,4 +1,5 @@
 #include "orvex/color.h"
+#include "tests/colorc/ColorConditions.h"
 #include "tests/colorc/RandomSpectra.h"
 
 #include "Vondrel/CMetry/CMetryService.h"
@@ -27,46 +28,12 @@ namespace {
 constexpr float noNumber = std::numeric_limits<float>::quiet_NaN();
 constexpr float infinity = std::numeric_limits<float>::infinity();
 
-struct Free {
-    void operator()(oxc_conditions* conditions) const { oxc_conditions_free(conditions); }
-};
-using Conditions = std::unique_ptr<oxc_conditions, Free>;
-
-const std::string illuminationKey = "Colorimetric.Illumination";
-const std::string observerKey = "Colorimetric.Observer";
-const std::string whiteBaseKey = "Colorimetric.WhiteBase";
-const std::string standardKey = "Colorimetric.DensityStandard";
-const std::string filterKey = "Colorimetric.DensityFilterMode";
-const std::string spaceKey = "ColorSpaceDescription.Type";
-const std::string formulaKey = "ColorSpaceDescription.DeltaEFormula";
-
-// The same conditions for the public calls and for the engine as the exported measuring calls use it.
-struct Both {
-    Conditions c{oxc_conditions_new()};
-    VDMeasureConditions engine;
-
-    Both() { engine.SetWhiteBase(WhiteBase::Absolute); }
-    void Set(const std::string& key, const std::string& value)
-    {
-        ASSERT_EQ(oxc_set(c.get(), key.c_str(), value.c_str()), OX_NoError) << key << " " << value;
-        engine.SetMeasureCondition(key, value);
-    }
-};
-
-std::vector<std::string> Values(const std::string& key)
-{
-    std::vector<std::string> values;
-    for (std::size_t i = 0; oxc_value(key.c_str(), i) != nullptr; ++i)
-        values.emplace_back(oxc_value(key.c_str(), i));
-    return values;
-}
-
 bool SameBits(float a, float b)
 {
     return std::bit_cast<std::uint32_t>(a) == std::bit_cast<std::uint32_t>(b);
 }
 
-void ExpectColors(const Both& both, const std::vector<float>& spectra, std::size_t count)
+void ExpectColors(const BothConditions& both, const std::vector<float>& spectra, std::size_t count)
 {
     std::vector<float> colors(count * 3, -7.0F);
     EXPECT_EQ(oxc_colors(both.c.get(), spectra.data(), count, colors.data()), OX_NoError) << oxc_error();
@@ -76,114 +43,6 @@ void ExpectColors(const Both& both, const std::vector<float>& spectra, std::size
             ASSERT_TRUE(SameBits(colors[row * 3 + i], expected[i]))
                 << "row " << row << " of " << count << ": " << colors[row * 3 + i] << " for " << expected[i];
     }
-}
-
-TEST(Conditions, AreThoseOfAFreshReflectanceMode)
-{
-    const Conditions c(oxc_conditions_new());
-    EXPECT_STREQ(oxc_get(c.get(), illuminationKey.c_str()), "D65");
-    EXPECT_STREQ(oxc_get(c.get(), observerKey.c_str()), "TwoDegree");
-    EXPECT_STREQ(oxc_get(c.get(), whiteBaseKey.c_str()), "Absolute");
-    EXPECT_STREQ(oxc_get(c.get(), standardKey.c_str()), "DIN");
-    EXPECT_STREQ(oxc_get(c.get(), filterKey.c_str()), "Auto");
-    EXPECT_STREQ(oxc_get(c.get(), spaceKey.c_str()), "CIELab");
-    EXPECT_STREQ(oxc_get(c.get(), formulaKey.c_str()), "CIELab");
-    EXPECT_STREQ(oxc_get(c.get(), "Physical.Filter"), "");
-    EXPECT_STREQ(oxc_get(nullptr, spaceKey.c_str()), "");
-    EXPECT_STREQ(oxc_get(c.get(), nullptr), "");
-}
-
-TEST(Conditions, EveryOfferedValueIsTakenAndReadsBack)
-{
-    const Conditions c(oxc_conditions_new());
-    const std::pair<std::string, std::size_t> keys[] = {{illuminationKey, 21}, {observerKey, 2}, {whiteBaseKey, 3},
-                                                        {standardKey, 8},      {filterKey, 6},   {spaceKey, 14},
-                                                        {formulaKey, 7}};
-    for (const auto& [key, count] : keys) {
-        EXPECT_EQ(Values(key).size(), count) << key;
-        for (const auto& value : Values(key)) {
-            EXPECT_EQ(oxc_set(c.get(), key.c_str(), value.c_str()), OX_NoError) << value;
-            EXPECT_STREQ(oxc_get(c.get(), key.c_str()), value.c_str());
-        }
-    }
-    EXPECT_EQ(oxc_set(c.get(), illuminationKey.c_str(), "Dxx, Temperature:5500"), OX_NoError);
-    EXPECT_STREQ(oxc_get(c.get(), illuminationKey.c_str()), "Dxx, Temperature:5500");
-    EXPECT_EQ(oxc_value("Physical.Filter", 0), nullptr);
-    EXPECT_EQ(oxc_value(nullptr, 0), nullptr);
-}
-
-TEST(Conditions, ARefusalChangesNothing)
-{
-    const struct {
-        const char *key, *value, *text;
-    } cases[] = {
-        {"Colorimetric.Illumination", "D93", "D93 is not a valid illuminationtype"},
-        {"Colorimetric.Illumination", "Fluorescent", ""},
-        {"Colorimetric.Observer", "2", "2 is not a valid observertype"},
-        {"ColorSpaceDescription.Type", "Lab", "Lab is not a valid color space"},
-        {"Physical.Filter", "No", "unknown key"},
-        {"CustomCondition", "Enable", "unknown key"},
-        {nullptr, "No", "parameter must not be null"},
-        {"Colorimetric.Observer", nullptr, "parameter must not be null"},
-    };
-    const Conditions c(oxc_conditions_new());
-    for (const auto& each : cases) {
-        EXPECT_EQ(oxc_set(c.get(), each.key, each.value), OX_InvalidParameter);
-        EXPECT_THAT(oxc_error(), HasSubstr(each.text));
-        EXPECT_STRNE(oxc_error(), "");
-    }
-    EXPECT_STREQ(oxc_get(c.get(), illuminationKey.c_str()), "D65");
-    EXPECT_STREQ(oxc_get(c.get(), observerKey.c_str()), "TwoDegree");
-    EXPECT_EQ(oxc_set(nullptr, "Colorimetric.Observer", "TwoDegree"), OX_InvalidParameter);
-    EXPECT_EQ(oxc_set(c.get(), "Colorimetric.Observer", "TenDegree"), OX_NoError);
-    EXPECT_STREQ(oxc_error(), "");
-}
-
-TEST(Conditions, CopiesAreTheirOwn)
-{
-    const auto spectra = RandomSpectra(4, 1);
-    const Conditions c(oxc_conditions_new());
-    EXPECT_EQ(oxc_set_illuminant(c.get(), &spectra[3 * OXC_BANDS]), OX_NoError);
-    EXPECT_STREQ(oxc_get(c.get(), illuminationKey.c_str()), "Userdefined");
-    const Conditions copy(oxc_conditions_copy(c.get()));
-    float mine[3], theirs[3];
-    EXPECT_EQ(oxc_set(c.get(), illuminationKey.c_str(), "A"), OX_NoError);
-    EXPECT_EQ(oxc_colors(c.get(), &spectra[2 * OXC_BANDS], 1, mine), OX_NoError);
-    EXPECT_EQ(oxc_set(c.get(), illuminationKey.c_str(), "Userdefined"), OX_NoError); // it was kept
-    EXPECT_EQ(oxc_colors(c.get(), &spectra[2 * OXC_BANDS], 1, mine), OX_NoError);
-    EXPECT_EQ(oxc_colors(copy.get(), &spectra[2 * OXC_BANDS], 1, theirs), OX_NoError);
-    EXPECT_TRUE(std::equal(mine, mine + 3, theirs));
-    EXPECT_EQ(oxc_conditions_copy(nullptr), nullptr);
-    oxc_conditions_free(nullptr);
-}
-
-TEST(Conditions, TakeNoIlluminantAndNoPaperThatMakesNoSense)
-{
-    const Conditions c(oxc_conditions_new());
-    std::vector<float> spectrum(OXC_BANDS, 0.0F);
-    EXPECT_EQ(oxc_set_illuminant(c.get(), spectrum.data()), OX_InvalidParameter);
-    EXPECT_EQ(oxc_set_paper(c.get(), spectrum.data()), OX_InvalidParameter);
-    spectrum[20] = noNumber;
-    EXPECT_EQ(oxc_set_illuminant(c.get(), spectrum.data()), OX_InvalidParameter);
-    EXPECT_EQ(oxc_set_paper(c.get(), spectrum.data()), OX_InvalidParameter);
-    EXPECT_EQ(oxc_set_illuminant(c.get(), nullptr), OX_InvalidParameter);
-    EXPECT_STREQ(oxc_get(c.get(), illuminationKey.c_str()), "D65");
-
-    // Conditions that give no weights can be set, but nothing can be computed.
-    float color[3];
-    const auto white = RandomSpectra(2, 1);
-    for (const char* illumination : {"Userdefined", "F13", "Dxx, Temperature:0"}) {
-        EXPECT_EQ(oxc_set(c.get(), illuminationKey.c_str(), illumination), OX_NoError);
-        EXPECT_EQ(oxc_colors(c.get(), &white[OXC_BANDS], 1, color), OX_CalculationFailed);
-        EXPECT_STRNE(oxc_error(), "");
-    }
-    // Light without blue has a white, but none for Lab.
-    spectrum.assign(OXC_BANDS, 0.0F);
-    spectrum[30] = 1.0F;
-    EXPECT_EQ(oxc_set_illuminant(c.get(), spectrum.data()), OX_NoError);
-    EXPECT_EQ(oxc_colors(c.get(), &white[OXC_BANDS], 1, color), OX_CalculationFailed);
-    EXPECT_EQ(oxc_set(c.get(), spaceKey.c_str(), "CIEXYZ"), OX_NoError);
-    EXPECT_EQ(oxc_colors(c.get(), &white[OXC_BANDS], 1, color), OX_NoError);
 }
 
 // Every loop that this processor can go, one after the other.
@@ -211,7 +70,7 @@ INSTANTIATE_TEST_SUITE_P(Processor, EveryRoad, testing::ValuesIn(Roads()),
 
 TEST_P(EveryRoad, GivesTheColorsOfTheMeasuringCallsToTheBit)
 {
-    Both both;
+    BothConditions both;
     for (const auto& illumination : Values(illuminationKey))
         for (const char* observer : {"TwoDegree", "TenDegree"})
             for (const auto& space : Values(spaceKey)) {
@@ -233,7 +92,7 @@ TEST_P(EveryRoad, GivesTheColorsOfTheMeasuringCallsToTheBit)
 
 TEST_P(EveryRoad, GivesTheSameColorsAloneAndAmongOthers)
 {
-    Both both;
+    BothConditions both;
     for (const char* space : {"CIEXYZ", "CIELab", "CIELCh"}) {
         both.Set(spaceKey, space);
         for (std::size_t count = 0; count <= 40; ++count)
@@ -244,7 +103,7 @@ TEST_P(EveryRoad, GivesTheSameColorsAloneAndAmongOthers)
 
 TEST_P(EveryRoad, GivesColorsOnPaperAndByOtherLights)
 {
-    Both both;
+    BothConditions both;
     const auto spectra = RandomSpectra(12, 3);
     float color[3];
     both.Set(whiteBaseKey, "Paper");
@@ -266,7 +125,7 @@ TEST_P(EveryRoad, GivesColorsOnPaperAndByOtherLights)
 
 TEST_P(EveryRoad, ConvertsAsTheEngineDoes)
 {
-    Both both;
+    BothConditions both;
     const auto spectra = RandomSpectra(20, 4);
     std::size_t pairs = 0;
     for (const auto& from : Values(spaceKey)) {
@@ -301,7 +160,7 @@ TEST_P(EveryRoad, ConvertsAsTheEngineDoes)
 
 TEST(Differences, AreThoseOfTheEngine)
 {
-    Both both;
+    BothConditions both;
     both.Set(illuminationKey, "D50");
     const auto reference = RandomSpectra(30, 21), sample = RandomSpectra(30, 22);
     std::vector<float> labs1(90), labs2(90), differences(30);
@@ -344,7 +203,7 @@ TEST(Differences, AreThoseOfTheEngine)
 
 TEST(Differences, MetamerismIsOfTheChangeOfLight)
 {
-    Both both;
+    BothConditions both;
     const auto reference = RandomSpectra(20, 31), sample = RandomSpectra(20, 32);
     VDMeasureConditions testEngine;
     const Conditions test(oxc_conditions_new());
@@ -366,7 +225,7 @@ TEST(Differences, MetamerismIsOfTheChangeOfLight)
 }
 
 // One density at a time by the service that stands behind the measuring calls.
-float Density(const Both& both, const float* spectrum, const std::string& mode)
+float Density(const BothConditions& both, const float* spectrum, const std::string& mode)
 {
     VDMeasureConditions conditions = both.engine;
     conditions.SetMeasureCondition(filterKey, mode);
@@ -375,7 +234,7 @@ float Density(const Both& both, const float* spectrum, const std::string& mode)
 
 TEST_P(EveryRoad, GivesTheDensitiesOfTheMeasuringCallsToTheBit)
 {
-    Both both;
+    BothConditions both;
     auto spectra = RandomSpectra(60, 41);
     std::fill_n(spectra.begin(), OXC_BANDS, 0.003F); // no black, which has no density
     const float* const paper = &spectra[5 * OXC_BANDS];
@@ -456,7 +315,7 @@ TEST(SpectraOfLab, HaveTheirLab)
 // Spectra that come close to the limits of the fused steps: small and large, negative, with few bits, with zeros.
 TEST_P(EveryRoad, GivesTheSameBitsAtItsLimits)
 {
-    Both both;
+    BothConditions both;
     auto spectra = RandomSpectra(64, 100);
     std::mt19937 random(7);
     std::uniform_int_distribution<int> exponent(-148, 60), bits(0, 255), what(0, 5);
@@ -637,96 +496,4 @@ TEST(Arrays, AreThereAndApart)
     EXPECT_EQ(oxc_set(c.get(), spaceKey.c_str(), "CMYK"), OX_NoError);
     EXPECT_EQ(oxc_colors(c.get(), a, 1, a + 100), OX_NotSupported);
 }
-
-// Values on a grid from a function of the wavelength.
-template<typename Function>
-std::vector<float> Sample(std::size_t points, double first, double step, Function function)
-{
-    std::vector<float> values;
-    for (std::size_t i = 0; i < points; ++i)
-        values.push_back(static_cast<float>(function(first + step * static_cast<double>(i))));
-    return values;
-}
-
-TEST(Resample, KeepsConstantsAndStraightLines)
-{
-    const struct {
-        std::size_t points;
-        double first, step;
-    } grids[] = {{351, 380, 1},    {471, 360, 1}, {176, 380, 2},   {71, 380, 5},      {36, 380, 10},   {19, 380, 20},
-                 {18, 385, 20},    {31, 400, 10}, {301, 400, 1},   {107, 382.7, 3.3}, {40, 371, 9.99}, {16, 380, 25},
-                 {3501, 380, 0.1}, {37, 375, 10}, {4, 300, 150.5}, {95, 380.5, 3.5},  {33, 390, 10}};
-    for (const auto& grid : grids) {
-        SCOPED_TRACE(testing::Message() << grid.points << " from " << grid.first << " by " << grid.step);
-        const double last = grid.first + static_cast<double>(grid.points - 1) * grid.step;
-        const auto constant = Sample(grid.points, grid.first, grid.step, [](double) { return 0.3; });
-        // Whole in single precision, so that the line is one.
-        const auto line = Sample(grid.points, grid.first, grid.step, [](double x) { return x / 1024; });
-        float spectrum[OXC_BANDS];
-        ASSERT_EQ(oxc_resample(constant.data(), grid.points, grid.first, grid.step, 1, spectrum), OX_NoError);
-        for (const float value : spectrum)
-            EXPECT_EQ(value, 0.3F);
-        ASSERT_EQ(oxc_resample(line.data(), grid.points, grid.first, grid.step, 1, spectrum), OX_NoError);
-        for (int i = 0; i < OXC_BANDS; ++i) {
-            const auto expected = static_cast<float>(std::clamp(380.0 + 10 * i, grid.first, last) / 1024);
-            EXPECT_LE(std::abs(spectrum[i] - expected), std::nextafter(expected, 2.0F) - expected) << i;
-        }
-    }
-}
-
-TEST(Resample, AveragesUnderATriangleAndInterpolatesBySprague)
-{
-    float spectrum[OXC_BANDS];
-    // A line of 1 nm at 550 nm: the triangle's share of 1/10 there, none 10 nm away.
-    auto fine = Sample(351, 380, 1, [](double x) { return x == 550 ? 1.0 : x == 603 ? 0.5 : 0.0; });
-    ASSERT_EQ(oxc_resample(fine.data(), 351, 380, 1, 1, spectrum), OX_NoError);
-    EXPECT_FLOAT_EQ(spectrum[17], 0.1F);
-    EXPECT_EQ(spectrum[16], 0.0F);
-    EXPECT_FLOAT_EQ(spectrum[22], 0.5F * 0.07F);
-    EXPECT_FLOAT_EQ(spectrum[23], 0.5F * 0.03F);
-    fine = Sample(71, 380, 5, [](double x) { return x == 555 ? 1.0 : 0.0; });
-    ASSERT_EQ(oxc_resample(fine.data(), 71, 380, 5, 1, spectrum), OX_NoError);
-    EXPECT_FLOAT_EQ(spectrum[17], 0.25F); // 1/4, 1/2, 1/4
-
-    // The polynomial of the fifth degree in the middle of six points: 3, -25, 150, 150, -25, 3 over 256.
-    const double shares[] = {3, -25, 150, 150, -25, 3};
-    for (std::size_t point = 0; point < 6; ++point) {
-        const auto coarse = Sample(19, 380, 20, [&](double x) { return x == 500 + 20.0 * static_cast<double>(point); });
-        ASSERT_EQ(oxc_resample(coarse.data(), 19, 380, 20, 1, spectrum), OX_NoError);
-        EXPECT_FLOAT_EQ(spectrum[17], static_cast<float>(shares[point] / 256)) << point; // 550 nm
-        EXPECT_EQ(spectrum[16], point == 2 ? 1.0F : 0.0F);                               // 540 nm is a point
-    }
-    // A parabola stays one at the ends.
-    const auto square = [](double x) { return (x - 500) * (x - 500) / 65536; };
-    const auto coarse = Sample(19, 380, 20, square);
-    ASSERT_EQ(oxc_resample(coarse.data(), 19, 380, 20, 1, spectrum), OX_NoError);
-    for (int i = 0; i < OXC_BANDS - 1; ++i)
-        EXPECT_NEAR(spectrum[i], square(380 + 10 * i), 1e-6) << i;
-    // On the grid itself nothing changes.
-    const auto own = RandomSpectra(3, 91);
-    std::vector<float> same(own.size());
-    ASSERT_EQ(oxc_resample(own.data(), 36, 380, 10, 3, same.data()), OX_NoError);
-    EXPECT_EQ(same, own);
-}
-
-TEST(Resample, RefusesGridsThatDoNotDo)
-{
-    std::vector<float> values(400, 0.5F), spectrum(2 * OXC_BANDS);
-    const struct {
-        std::size_t points;
-        double first, step;
-    } grids[] = {{36, 380, 0}, {36, 380, -10},     {3, 380, 170},       {31, 401, 10},      {30, 400, 10},
-                 {0, 380, 10}, {36, noNumber, 10}, {36, 380, noNumber}, {36, 380, infinity}};
-    for (const auto& grid : grids)
-        EXPECT_EQ(oxc_resample(values.data(), grid.points, grid.first, grid.step, 1, spectrum.data()),
-                  OX_InvalidParameter)
-            << grid.points << " " << grid.first << " " << grid.step;
-    values[40] = noNumber;
-    EXPECT_EQ(oxc_resample(values.data(), 36, 380, 10, 2, spectrum.data()), OX_InvalidParameter);
-    EXPECT_STREQ(oxc_error(), "row 1: not a finite number");
-    EXPECT_EQ(spectrum[3], 0.5F);
-    EXPECT_TRUE(std::isnan(spectrum[OXC_BANDS]));
-    EXPECT_EQ(oxc_resample(nullptr, 36, 380, 10, 1, spectrum.data()), OX_InvalidParameter);
-}
-
 }

@@ -8,6 +8,7 @@
 #include "Vondrel/CMetry/Internals/ColorTemperature.h"
 #include "Vondrel/CMetry/Internals/DensityCalculator.h"
 #include "Vondrel/CMetry/Internals/Lab2Spec.h"
+#include "Vondrel/CMetry/Internals/StandardTables.h"
 
 #include <bit>
 #include <cstdint>
@@ -202,6 +203,13 @@ int main()
             for (std::size_t i = 0; i < VDSpectrum::GetNrOfDataPoints(); ++i)
                 arithmetic.Add(Calculator::GetFilter()[axis][i]);
     }
+    for (const auto& standard : densityCurves)
+        for (const auto& curve : standard)
+            for (const float weight : curve)
+                arithmetic.Add(weight);
+    for (const auto& sample : renderingSamples)
+        for (const float reflectance : sample)
+            arithmetic.Add(reflectance);
     arithmetic.Print("arithmetic");
     functions.Print("functions");
     services.Print("services");
