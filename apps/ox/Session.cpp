@@ -5,14 +5,14 @@ namespace Ox {
 const Library& Session::GetLibrary()
 {
     if (!library)
-        library.emplace(onBench ? Library::Kind::Bench : Library::Kind::Ports);
+        library.emplace(!scene.empty() ? Library::Kind::Bench : Library::Kind::Ports);
     return *library;
 }
 
 Instrument& Session::GetInstrument()
 {
-    if (onBench && bench == nullptr)
-        bench = std::make_unique<Bench>(GetLibrary());
+    if (!scene.empty() && bench == nullptr)
+        bench = std::make_unique<Bench>(GetLibrary(), scene);
     if (instrument == nullptr)
         instrument = std::make_unique<Instrument>(GetLibrary());
     return *instrument;

@@ -17,8 +17,7 @@ class Session {
 public:
     bool quiet = false;
     bool verbose = false;
-    bool onBench = false;
-    std::string scene; ///< of the bench, "" for the plain one
+    std::string scene; ///< of the bench, "" without the bench
 
     /// Loads the library, or that of the bench, at the first call.
     const Library& GetLibrary();

@@ -3,8 +3,10 @@
 #include "apps/ox/Session.h"
 #include "apps/ox/base/Failure.h"
 #include "apps/ox/commands/Commands.h"
+#include "apps/ox/scene/Scene.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 
@@ -25,9 +27,10 @@ void Describe(CLI::App& program, Session& session)
     program.set_version_flag("--version", "ox " ORVEX_VERSION);
     program.add_flag("-q,--quiet", session.quiet, "no progress and no remarks");
     program.add_flag("-v,--verbose", session.verbose, "the way of a failure through the library");
-    program.add_flag("--virtual", session.onBench,
-                     "on the bench of virtual instruments; what stands there: ORVEX_BENCH");
-    for (const auto add : {AddList, AddInfo, AddCalibrate, AddRead, AddOption})
+    program.add_option("--virtual", session.scene, "on the bench; scenes: " + Join(ShippedScenes()) + " or FILE.json")
+        ->type_name("[SCENE]");
+    for (const auto add : {AddList, AddInfo, AddCalibrate, AddRead, AddScan, AddFlash, AddVerify, AddConvert,
+                           AddCompare, AddLamp, AddReport, AddWatch, AddOption})
         add(program, session);
     program.footer("ox COMMAND --help has the options of a command, and two examples that run.\n"
                    "Exit status: 0 good, 1 failed, 2 usage, 3 no instrument, 4 a refused file or value");
@@ -45,13 +48,32 @@ std::string Explain(const CLI::App& program, const CLI::ParseError& error, int c
     return count < 2 ? "which command? There are " + Join(commands) : error.what();
 }
 
+/// The arguments, the last one first as the parser takes them. A word behind --virtual is its scene only if it names
+/// one.
+Words Reversed(int count, char** arguments)
+{
+    const std::string plainBench = "--virtual=plain";
+    const Words scenes = ShippedScenes();
+    Words words;
+    for (int i = 1; i < count; ++i) {
+        const std::string word = arguments[i];
+        const bool isScene = word.ends_with(".json") || std::find(scenes.begin(), scenes.end(), word) != scenes.end();
+        if (isScene && !words.empty() && words.back() == plainBench)
+            words.back() = "--virtual=" + word;
+        else
+            words.push_back(word == "--virtual" ? plainBench : word);
+    }
+    std::reverse(words.begin(), words.end());
+    return words;
+}
+
 int Run(int count, char** arguments)
 {
     Session session;
     CLI::App program("Colour measurement from a terminal: measures, computes, compares, converts.", "ox");
     Describe(program, session);
     try {
-        program.parse(count, arguments);
+        program.parse(Reversed(count, arguments));
         return static_cast<int>(Status::Good);
     } catch (const CLI::CallForHelp& help) {
         return program.exit(help);

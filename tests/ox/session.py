@@ -51,6 +51,8 @@ def play(program, data, path):
         for name in os.listdir(data):
             if os.path.isfile(os.path.join(data, name)):
                 shutil.copy(os.path.join(data, name), folder)
+        os.mkdir(os.path.join(folder, "tests"))
+        os.symlink(os.path.abspath(data), os.path.join(folder, "tests", "data"))
         all_steps = steps(path)
         assert all_steps, f"{path} has no commands"
         for number, command, expected, status in all_steps:

@@ -7,8 +7,21 @@ namespace Ox {
 
 void OutputOptions::AddTo(CLI::App& command)
 {
-    command.add_option("--format", format, "table, csv, tsv, json or cgats")->type_name("F")->capture_default_str();
+    command.add_option("--format", format, "table, csv, tsv, json or cgats (default: as FILE ends, else table)")
+        ->type_name("F");
     command.add_option("-o,--output", path, "a file instead of the standard output")->type_name("FILE");
+}
+
+Format OutputOptions::GetFormat() const
+{
+    if (!format.empty())
+        return FormatOf(format);
+    const std::string end =
+        path.substr(path.find_last_of("./") == std::string::npos ? path.size() : path.find_last_of("./"));
+    for (const std::string& name : formatNames)
+        if (LowerCase(end) == "." + name)
+            return FormatOf(name);
+    return Format::Table;
 }
 
 void ConditionOptions::AddTo(CLI::App& command, std::initializer_list<Condition> conditions)

@@ -8,11 +8,11 @@ namespace Ox {
 
 /// --format and --output: where the rows go.
 struct OutputOptions {
-    std::string format = "table";
+    std::string format; ///< "": as the file's name ends, else a table
     std::string path;
 
     void AddTo(CLI::App& command);
-    Format GetFormat() const { return FormatOf(format); }
+    Format GetFormat() const;
 };
 
 /// The colorimetric conditions as options.

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Ox {
+
+/// A value of a JSON file that knows where it stands.
+struct Node {
+    enum class Kind { Null, Boolean, Number, Text, Array, Object };
+    Kind kind = Kind::Null;
+    std::size_t line = 1; ///< of its name, or of the nearest name before it
+    std::string path;     ///< "strip.patches[3].seconds"
+    double number = 0;
+    std::string text;
+    std::vector<Node> items;                           ///< of an array
+    std::vector<std::pair<std::string, Node>> members; ///< of an object, in order
+
+    /// Null where there is none.
+    const Node* Find(const std::string& name) const;
+};
+
+/// @param name  of the file, for what is refused
+/// @throws Failure "NAME:LINE: what"
+Node ParseTree(const std::string& name, const std::string& text);
+
+}
