@@ -9,7 +9,7 @@ SOURCES = $$(git ls-files '*.cpp' '*.h' '*.c')
 help: ## list the targets
 	@awk -F ':.*## ' '/^[a-z-]+:.*## / { printf "  make %-14s %s\n", $$1, $$2 }' $(MAKEFILE_LIST)
 
-demo: ## measure a chart on the virtual spectrophotometer: spectra, Lab, densities
+demo: ## a tour by ox on the virtual bench: calibrate, scan a chart, verify it, write a report
 	@tools/demo.sh
 
 check: ## three builds (plain, AddressSanitizer + UBSan, ThreadSanitizer), all tests, format, exported names

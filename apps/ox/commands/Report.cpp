@@ -14,27 +14,28 @@ namespace Ox {
 namespace {
 
 constexpr const char* style = R"(
-:root { color-scheme: light; --line: #d5d9de; --ink: #1c2126; --soft: #5d6770; }
+:root { color-scheme: light; --line: #cfd4da; --ink: #1c2126; --soft: #5d6770; }
 * { box-sizing: border-box; }
 body { margin: 0 auto; max-width: 70rem; padding: 1rem; font: 15px/1.45 system-ui, sans-serif; color: var(--ink); background: #fff; }
 h1 { font-size: 1.5rem; margin: .2rem 0; overflow-wrap: anywhere; } h2 { font-size: 1.1rem; margin: 1.6rem 0 .6rem; }
 p { margin: .3rem 0; color: var(--soft); }
-.swatches { display: grid; grid-template-columns: repeat(auto-fill, minmax(6.2rem, 1fr)); gap: .5rem; }
+.swatches { display: grid; grid-template-columns: repeat(auto-fill, minmax(7.2rem, 1fr)); gap: .5rem; }
 .swatches div { border: 1px solid var(--line); border-radius: .4rem; overflow: hidden; font-size: .78rem; }
 .swatches i { display: block; height: 3.2rem; print-color-adjust: exact; -webkit-print-color-adjust: exact; }
 .swatches span { display: block; padding: .2rem .4rem; overflow-wrap: anywhere; }
 .figures { display: grid; grid-template-columns: repeat(auto-fit, minmax(min(100%, 24rem), 1fr)); gap: 1rem; }
 figure { margin: 0; border: 1px solid var(--line); border-radius: .4rem; padding: .4rem; break-inside: avoid; }
 figcaption { text-align: center; color: var(--soft); font-size: .85rem; }
-svg { width: 100%; height: auto; display: block; } svg text { font-size: 12px; fill: var(--soft); }
+svg { width: 100%; height: auto; display: block; background: #eef0f2; } svg text { font-size: 12px; fill: var(--soft); }
 .grid { stroke: var(--line); } .stroke { fill: none; stroke-width: 1.6; } circle { stroke: #333; stroke-width: .6; }
 .table { overflow-x: auto; } table { border-collapse: collapse; width: 100%; font-variant-numeric: tabular-nums; }
 th, td { text-align: right; padding: .22rem .5rem; border-bottom: 1px solid var(--line); white-space: nowrap; }
-th:nth-child(2), td:nth-child(2) { text-align: left; white-space: normal; overflow-wrap: anywhere; }
+th:nth-child(2), td:nth-child(2) { text-align: left; white-space: normal; min-width: 6.5rem; overflow-wrap: break-word; }
+th:nth-child(8) { text-align: left; }
 td b { display: inline-block; width: 1.4rem; height: 1.1rem; border: 1px solid var(--line); print-color-adjust: exact; -webkit-print-color-adjust: exact; }
 td u { display: inline-block; height: .7rem; background: #c2410c; margin-left: .4rem; print-color-adjust: exact; -webkit-print-color-adjust: exact; }
 td.bar { text-align: left; min-width: 6rem; }
-@media (max-width: 30rem) { .wide { display: none; } th, td { padding: .2rem .25rem; font-size: .85rem; } td.bar { min-width: 4rem; } }
+@media (max-width: 40rem) { .wide { display: none; } th, td { padding: .2rem .25rem; font-size: .85rem; } td.bar { min-width: 4rem; } }
 @media print { body { max-width: none; padding: 0; } tr { break-inside: avoid; } }
 )";
 
