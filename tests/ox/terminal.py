@@ -4,6 +4,7 @@
 import os
 import pty
 import select
+import signal
 import subprocess
 import sys
 import time
@@ -33,6 +34,8 @@ def run(*words, colors=True, wait_for=None, keys=b""):
         if wait_for and wait_for in printed:
             os.write(terminal, keys)
             wait_for = None
+    else:
+        os.kill(process, signal.SIGKILL)
     return printed.decode(), os.waitstatus_to_exitcode(os.waitpid(process, 0)[1])
 
 
@@ -45,7 +48,7 @@ def main():
     assert status == 0 and "\x1b" not in printed, printed
     printed, status = run("watch", "--virtual", wait_for=b"100001", keys=b"\x03")
     assert status == 0 and "attached" in printed, (printed, status)
-    printed, status = run("read", "--virtual", "--count", "1000000", "--format", "csv", wait_for=b"\r\n3,", keys=b"\x03")
+    printed, status = run("read", "--virtual", "--count", "1000000", "--format", "csv", wait_for=b"\x1b[K3,", keys=b"\x03")
     assert status == 0 and printed.startswith("\r"), (printed[-200:], status)
     piped = subprocess.run([program, "read", "--virtual", "chart"], capture_output=True, check=True, timeout=LIMIT,
                            env={**os.environ, "COLORTERM": "truecolor"})
