@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/support/Thrown.h"
+#include "tests/support/Places.h"
 
 #include <gtest/gtest.h>
 
@@ -15,6 +15,7 @@ void ExpectText(const std::string& text, Action action)
         ADD_FAILURE() << "no exception; expected: " << text;
     } catch (const Exception& e) {
         EXPECT_EQ(e.what(), text);
-        ExpectPlaces(e);
+        for (const std::string& line : e.Trace())
+            EXPECT_TRUE(IsPlace(line)) << line;
     }
 }
