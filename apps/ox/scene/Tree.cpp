@@ -93,7 +93,8 @@ private:
     {
         Node* node = &root;
         if (!open.empty() && open.back()->kind == Node::Kind::Object) {
-            node = &open.back()->members.emplace_back(name, Node()).second;
+            open.back()->members.push_back({name, Node()});
+            node = &open.back()->members.back().second;
             node->path = (open.back()->path.empty() ? "" : open.back()->path + ".") + name;
         } else if (!open.empty()) {
             node = &open.back()->items.emplace_back();

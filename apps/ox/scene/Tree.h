@@ -6,6 +6,8 @@
 
 namespace Ox {
 
+struct Member;
+
 /// A value of a JSON file that knows where it stands.
 struct Node {
     enum class Kind { Null, Boolean, Number, Text, Array, Object };
@@ -14,11 +16,17 @@ struct Node {
     std::string path;     ///< "strip.patches[3].seconds"
     double number = 0;
     std::string text;
-    std::vector<Node> items;                           ///< of an array
-    std::vector<std::pair<std::string, Node>> members; ///< of an object, in order
+    std::vector<Node> items;     ///< of an array
+    std::vector<Member> members; ///< of an object, in order
 
     /// Null where there is none.
     const Node* Find(const std::string& name) const;
+};
+
+/// A value of an object, by its name.
+struct Member {
+    std::string first;
+    Node second;
 };
 
 /// @param name  of the file, for what is refused
