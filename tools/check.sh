@@ -76,6 +76,7 @@ tools/test-share.sh | tail -n 1
 tools/house.py
 count $?
 tools/library-size.sh build/release/library/liborvex.so
+count $?
 
 echo
 echo "$passed passed, $failed failed"
