@@ -47,8 +47,7 @@ set(ORVEX_SMALL_ROOMS platform_system platform_real platform_libusb platform_aut
 # Rooms of long loops, and those that stand in every call: inlining pays there.
 set(ORVEX_BULK_ROOMS color_c c_sdk device_kinds calculation)
 # Elsewhere -O3 inlines no more than -O2 does: that keeps most of its speed and takes a tenth less room.
-set(ORVEX_MODEST_INLINING --param=max-inline-insns-auto=8 --param=early-inlining-insns=6 --param=max-inline-insns-single=60
-    --param=inline-min-speedup=30 -fno-ipa-cp-clone)
+set(ORVEX_MODEST_INLINING "$<$<AND:$<CONFIG:Release>,$<CXX_COMPILER_ID:GNU>>:--param=max-inline-insns-auto=8;--param=early-inlining-insns=6;--param=max-inline-insns-single=60;--param=inline-min-speedup=30;-fno-ipa-cp-clone>")
 
 # orvex_room(NAME source...): one room as object code, linked into both libraries and into the tests.
 function(orvex_room name)
@@ -60,7 +59,7 @@ function(orvex_room name)
     if(name IN_LIST ORVEX_SMALL_ROOMS)
         target_compile_options(orvex_${name} PRIVATE $<$<CONFIG:Release>:-Os>)
     elseif(NOT name IN_LIST ORVEX_BULK_ROOMS)
-        target_compile_options(orvex_${name} PRIVATE "$<$<AND:$<CONFIG:Release>,$<CXX_COMPILER_ID:GNU>>:${ORVEX_MODEST_INLINING}>")
+        target_compile_options(orvex_${name} PRIVATE "${ORVEX_MODEST_INLINING}")
     endif()
 endfunction()
 

@@ -12,7 +12,6 @@ using testing::HasSubstr;
 namespace {
 
 constexpr float noNumber = std::numeric_limits<float>::quiet_NaN();
-constexpr float infinity = std::numeric_limits<float>::infinity();
 
 TEST(Conditions, AreThoseOfAFreshReflectanceMode)
 {

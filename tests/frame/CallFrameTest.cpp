@@ -148,15 +148,20 @@ TEST_F(CallFrame, EveryCallTellsItsNameAndHasItsOwnFailureValue)
     EXPECT_EQ(LastError(), "no error") << "any other key clears the stored error";
 }
 
-TEST_F(CallFrame, AnOperationMayEndItsThread)
+TEST_F(CallFrame, AnOperationOrAHandlerMayEndItsThread)
 {
     static bool isPast = false;
-    Scripted().operation = [] { ::pthread_exit(nullptr); };
-    std::thread([] {
+    const auto calibrate = [] {
         OX_Calibrate();
         isPast = true;
-    }).join();
+    };
+    Scripted().operation = [] { ::pthread_exit(nullptr); };
+    std::thread(calibrate).join();
+    Scripted().operation = [] { throw IOException("pipe", "at"); };
+    OX_RegisterErrorHandler([](const char*, int32_t, const char*) { ::pthread_exit(nullptr); });
+    std::thread(calibrate).join();
     EXPECT_FALSE(isPast);
+    OX_RegisterErrorHandler(nullptr);
     Scripted().operation = [] {};
     EXPECT_EQ(OX_Calibrate(), OX_NoError);
 }

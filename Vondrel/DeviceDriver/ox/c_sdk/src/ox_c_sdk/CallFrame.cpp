@@ -3,9 +3,11 @@
 #include "Vondrel/Utilities/Exceptions/DeviceDriverException.h"
 #include "Vondrel/Utilities/Exceptions/ResourceException.h"
 #include "Vondrel/Utilities/Exceptions/SDKError.h"
+#include "Vondrel/Utilities/Exceptions/TraceGuard.h"
 #include "Vondrel/Utilities/Exceptions/TypeName.h"
 
 #include <exception>
+#include <optional>
 #include <string>
 #include <typeinfo>
 
@@ -21,8 +23,6 @@ const SDKError& NoError()
     return noError;
 }
 
-}
-
 void CheckCall(const Call& call)
 {
     CurrentProxy().SetLastError(NoError());
@@ -34,24 +34,46 @@ void CheckCall(const Call& call)
     context.Validate();
 }
 
-void ReportFailure(const char* function)
+/// The failure in flight as the error that an application reads.
+SDKError FailureInFlight()
 {
-    const auto report = [function](const SDKError& error) { CurrentProxy().HandleError(function, error); };
     try {
         throw;
     } catch (const IOException& e) {
-        report(SDKError(OX_DeviceNotConnected, e));
+        return SDKError(OX_DeviceNotConnected, e);
     } catch (const CalculationException& e) {
-        report(SDKError(OX_CalculationFailed, e));
+        return SDKError(OX_CalculationFailed, e);
     } catch (const ResourceException& e) {
-        report(SDKError(OX_InvalidParameter, e));
+        return SDKError(OX_InvalidParameter, e);
     } catch (const SDKError& e) {
-        report(e);
+        return e;
     } catch (const std::exception& e) {
-        report(SDKError(OX_InternalError, std::string(e.what()) + "\n" + TypeName(typeid(e)) + "\n", ""));
+        return SDKError(OX_InternalError, std::string(e.what()) + "\n" + TypeName(typeid(e)) + "\n", "");
     } catch (...) {
-        report(SDKError(OX_InternalError, "Unknown Exception occurred", ""));
+        return SDKError(OX_InternalError, "Unknown Exception occurred", "");
     }
+}
+
+}
+
+bool PerformStep(const Call& call, void (*step)(void* data), void* data)
+{
+    std::optional<SDKError> error;
+    try {
+        try {
+            CheckCall(call);
+            step(data);
+            return true;
+        } catch (...) {
+            TraceAndRethrow("", call.name, call.file, call.line);
+        }
+    } catch (...) {
+        Platform::PassForcedUnwind();
+        error.emplace(FailureInFlight());
+    }
+    // No failure is in flight while the application's handler runs: it may end its thread.
+    CurrentProxy().HandleError(call.name, *error);
+    return false;
 }
 
 }

@@ -2,7 +2,6 @@
 
 #include "Vondrel/DeviceDriver/ox/c_sdk/src/ox_c_sdk/CallParameters.h"
 #include "Vondrel/DeviceDriver/ox/c_sdk/src/ox_c_sdk/ContextManager.h"
-#include "Vondrel/Utilities/Exceptions/TraceGuard.h"
 #include "orvex/ox.h"
 #include "platform/RunTime.h"
 
@@ -24,32 +23,18 @@ struct Call {
     bool readsSamples = false; ///< the validator is told how many samples there are
 };
 
-/// Clears the stored error and has the validator of the current context look at the call.
-/// @throws SDKError if the call is refused
-void CheckCall(const Call& call);
-
-/// Stores the failure in flight in the current proxy and calls the application's error handler.
+/// Clears the stored error and has the validator of the current context look at the call; then runs the step with its
+/// data; what either throws is stored in the current proxy and told to the application's error handler.
+/// @return whether the step ran to its end
 /// @throws OXSDK::Exception from the handler
-void ReportFailure(const char* function);
+bool PerformStep(const Call& call, void (*step)(void* data), void* data);
 
-/// The frame of an exported call: has the call checked, runs the operation, and reports what either throws.
-/// @return whether the operation ran to its end
+/// The frame of an exported call: `PerformStep` with any callable.
 template<class Operation>
 bool Perform(const Call& call, Operation operation)
 {
-    try {
-        try {
-            CheckCall(call);
-            operation();
-            return true;
-        } catch (...) {
-            Vondrel::Utilities::Exceptions::TraceAndRethrow("", call.name, call.file, call.line);
-        }
-    } catch (...) {
-        Platform::PassForcedUnwind();
-        ReportFailure(call.name);
-    }
-    return false;
+    return PerformStep(
+        call, [](void* data) { (*static_cast<Operation*>(data))(); }, &operation);
 }
 
 /// The last clause around the whole of an exported function: an OXSDK::Exception passes, anything else gives the
