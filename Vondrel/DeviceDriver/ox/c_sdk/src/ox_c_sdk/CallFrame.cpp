@@ -3,11 +3,9 @@
 #include "Vondrel/Utilities/Exceptions/DeviceDriverException.h"
 #include "Vondrel/Utilities/Exceptions/ResourceException.h"
 #include "Vondrel/Utilities/Exceptions/SDKError.h"
-#include "Vondrel/Utilities/Exceptions/TraceGuard.h"
 #include "Vondrel/Utilities/Exceptions/TypeName.h"
 
 #include <exception>
-#include <optional>
 #include <string>
 #include <typeinfo>
 
@@ -21,17 +19,6 @@ const SDKError& NoError()
 {
     static const SDKError& noError = *new SDKError; // never destroyed: a call may come while the process ends
     return noError;
-}
-
-void CheckCall(const Call& call)
-{
-    CurrentProxy().SetLastError(NoError());
-    CallParameters parameters = call.parameters;
-    if (call.readsSamples)
-        parameters.limit = CurrentProxy().GetSampleCount();
-    Context& context = ContextManager::Instance().Current();
-    context.SetCall(call.name, parameters);
-    context.Validate();
 }
 
 /// The failure in flight as the error that an application reads.
@@ -56,24 +43,26 @@ SDKError FailureInFlight()
 
 }
 
-bool PerformStep(const Call& call, void (*step)(void* data), void* data)
+void CheckCall(const Call& call)
 {
-    std::optional<SDKError> error;
-    try {
-        try {
-            CheckCall(call);
-            step(data);
-            return true;
-        } catch (...) {
-            TraceAndRethrow("", call.name, call.file, call.line);
-        }
-    } catch (...) {
-        Platform::PassForcedUnwind();
-        error.emplace(FailureInFlight());
-    }
-    // No failure is in flight while the application's handler runs: it may end its thread.
-    CurrentProxy().HandleError(call.name, *error);
-    return false;
+    CurrentProxy().SetLastError(NoError());
+    CallParameters parameters = call.parameters;
+    if (call.readsSamples)
+        parameters.limit = CurrentProxy().GetSampleCount();
+    Context& context = ContextManager::Instance().Current();
+    context.SetCall(call.name, parameters);
+    context.Validate();
+}
+
+void StoreFailure()
+{
+    CurrentProxy().SetLastError(FailureInFlight());
+}
+
+void ReportFailure(const char* function)
+{
+    const SDKError error = CurrentProxy().GetLastError();
+    CurrentProxy().HandleError(function, error);
 }
 
 }

@@ -2,6 +2,7 @@
 
 #include "Vondrel/DeviceDriver/ox/c_sdk/src/ox_c_sdk/CallParameters.h"
 #include "Vondrel/DeviceDriver/ox/c_sdk/src/ox_c_sdk/ContextManager.h"
+#include "Vondrel/Utilities/Exceptions/TraceGuard.h"
 #include "orvex/ox.h"
 #include "platform/RunTime.h"
 
@@ -23,18 +24,37 @@ struct Call {
     bool readsSamples = false; ///< the validator is told how many samples there are
 };
 
-/// Clears the stored error and has the validator of the current context look at the call; then runs the step with its
-/// data; what either throws is stored in the current proxy and told to the application's error handler.
-/// @return whether the step ran to its end
-/// @throws OXSDK::Exception from the handler
-bool PerformStep(const Call& call, void (*step)(void* data), void* data);
+/// Clears the stored error and has the validator of the current context look at the call.
+/// @throws SDKError if the call is refused
+void CheckCall(const Call& call);
 
-/// The frame of an exported call: `PerformStep` with any callable.
+/// Stores the failure in flight in the current proxy. To be called in a handler only.
+void StoreFailure();
+
+/// Tells the application's error handler of the failure that is stored. To be called when none is in flight any more:
+/// the handler may end its thread.
+/// @throws OXSDK::Exception from the handler
+void ReportFailure(const char* function);
+
+/// The frame of an exported call: has the call checked, runs the operation, and reports what either throws.
+/// @return whether the operation ran to its end
 template<class Operation>
 bool Perform(const Call& call, Operation operation)
 {
-    return PerformStep(
-        call, [](void* data) { (*static_cast<Operation*>(data))(); }, &operation);
+    try {
+        try {
+            CheckCall(call);
+            operation();
+            return true;
+        } catch (...) {
+            Vondrel::Utilities::Exceptions::TraceAndRethrow("", call.name, call.file, call.line);
+        }
+    } catch (...) {
+        Platform::PassForcedUnwind();
+        StoreFailure();
+    }
+    ReportFailure(call.name);
+    return false;
 }
 
 /// The last clause around the whole of an exported function: an OXSDK::Exception passes, anything else gives the
